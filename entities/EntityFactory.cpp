@@ -1,0 +1,25 @@
+#include "entities/EntityFactory.h"
+
+#include "entities/Vessik_Insert.h"
+
+namespace vessik {
+
+int KeywordIndex(std::string_view value) {
+  // Most values are numbers or names that begin otherwise: a cheap first test.
+  if (value.size() < 3 || value.size() > 10) return -1;
+  for (int k = 0; k < static_cast<int>(std::size(kEntityKeywords)); ++k) {
+    if (value == kEntityKeywords[k]) return k;
+  }
+  return -1;
+}
+
+std::unique_ptr<Vessik_IEntity> CreateEntity(int keywordIndex) {
+  switch (keywordIndex) {
+    case 7:
+      return std::make_unique<Vessik_Insert>();
+    default:
+      return nullptr;
+  }
+}
+
+}  // namespace vessik

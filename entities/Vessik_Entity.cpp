@@ -1,0 +1,36 @@
+#include "entities/Vessik_Entity.h"
+
+#include "parser/Vessik_Convert.h"
+#include "parser/Vessik_Error.h"
+
+namespace vessik {
+
+int32_t EntityColor(const Vessik_Color* Color, int32_t Layer, const Vessik_Layers& Layers) {
+  if (Color != nullptr) return Color->ColorRGB();
+  if (!Layers.empty() && Layer >= 0) {
+    if (static_cast<size_t>(Layer) >= Layers.size()) {
+      RaisePlatformError(errnum::SubscriptOutOfRange);
+    }
+    const auto& layer = Layers[static_cast<size_t>(Layer)];
+    if (!layer->Color) RaisePlatformError(errnum::ObjectNotSet);
+    return layer->Color->ColorRGB();
+  }
+  return 16777215;
+}
+
+std::string EntityLayerName(int32_t Layer, const Vessik_Layers& Layers) {
+  if (!Layers.empty() && Layer >= 0) {
+    if (static_cast<size_t>(Layer) >= Layers.size()) {
+      RaisePlatformError(errnum::SubscriptOutOfRange);
+    }
+    return Layers[static_cast<size_t>(Layer)]->Name;
+  }
+  return "NoName";
+}
+
+void ReadColor(std::shared_ptr<Vessik_Color>& Color, std::string_view Value) {
+  Color = std::make_shared<Vessik_Color>();
+  Color->ColorACI(TextToLong(Value));
+}
+
+}  // namespace vessik

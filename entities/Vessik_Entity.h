@@ -1,0 +1,66 @@
+// The fields and the conduct that the entity classes share: Id, Layer and Color
+// first, a Parent link, and the colour and layer name rules.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "entities/Vessik_IEntity.h"
+#include "parser/Vessik_Color.h"
+
+namespace vessik {
+
+// The colour an entity prints: its own, else its layer's, else white.
+int32_t EntityColor(const Vessik_Color* Color, int32_t Layer, const Vessik_Layers& Layers);
+// The name of the entity's layer, or "NoName" where there is none.
+std::string EntityLayerName(int32_t Layer, const Vessik_Layers& Layers);
+
+// A new colour whose number is the text converted to a 32-bit integer; the colour
+// object exists even when the conversion fails.
+void ReadColor(std::shared_ptr<Vessik_Color>& Color, std::string_view Value);
+
+class Vessik_Entity : public Vessik_IEntity {
+ public:
+  int32_t Id = 0;
+  int32_t Layer = 0;
+  std::shared_ptr<Vessik_Color> Color;
+
+  Vessik_IParent* Vessik_IEntity_Parent() const override { return parent_; }
+  void Vessik_IEntity_Parent(Vessik_IParent* value) override { parent_ = value; }
+  int32_t Vessik_IEntity_Color(Vessik_Layers& Layers) override {
+    return EntityColor(Color.get(), Layer, Layers);
+  }
+  std::string Vessik_IEntity_LayerName(Vessik_Layers& Layers) override {
+    return EntityLayerName(Layer, Layers);
+  }
+  void Vessik_IEntity_Release() override { parent_ = nullptr; }
+  void Vessik_IEntity_Init(Vessik_CommonData*) override {}
+
+ protected:
+  Vessik_IParent* parent_ = nullptr;
+};
+
+// Walks the pairs from StartLine up to the next code 0, handing each other pair to
+// onGroup(code, value); returns the index in front of that code 0.
+template <class OnGroup>
+int32_t ReadGroups(int32_t StartLine, OnGroup&& onGroup);
+
+}  // namespace vessik
+
+#include "parser/GroupPairs.h"
+
+namespace vessik {
+
+template <class OnGroup>
+int32_t ReadGroups(int32_t StartLine, OnGroup&& onGroup) {
+  const GroupPairTable& pairs = GroupPairs();
+  for (int32_t i = StartLine;; ++i) {
+    int32_t code = pairs.Code(i);
+    if (code == 0) return i - 1;
+    onGroup(code, pairs.Value(i));
+  }
+}
+
+}  // namespace vessik

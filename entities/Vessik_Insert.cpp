@@ -1,0 +1,164 @@
+#include "entities/Vessik_Insert.h"
+
+#include "entities/EntityFactory.h"
+#include "entities/Vessik_Entity.h"
+#include "geometry/Vessik_Math.h"
+#include "parser/Vessik_Concat.h"
+#include "parser/Vessik_Error.h"
+#include "parser/Vessik_Progress.h"
+#include "parser/Vessik_Utils.h"
+
+namespace vessik {
+
+Vessik_Insert::~Vessik_Insert() {
+  if (Entities) {
+    for (auto& item : *Entities) item.reset();
+    Entities->Clear();
+  }
+  parent_ = nullptr;
+  PumpMessages();
+}
+
+std::string Vessik_Insert::Vessik_IEntity_LayerName(Vessik_Layers& Layers) {
+  return EntityLayerName(Layer, Layers);
+}
+
+int32_t Vessik_Insert::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) {
+  return ReadGroups(StartLine, [&](int32_t code, std::string_view value) {
+    switch (code) {
+      case 2:
+        Name = std::string(value);
+        break;
+      case 5:
+        Id = HandleToId(value);
+        break;
+      case 8:
+        Layer = LayerIndex(Layers, value);
+        break;
+      case 10:
+        x_ = ParseDouble(value);
+        break;
+      case 20:
+        y_ = ParseDouble(value);
+        break;
+      case 30:
+        z_ = ParseDouble(value);
+        break;
+      case 41:
+        xScale_ = ParseDouble(value);
+        break;
+      case 42:
+        yScale_ = ParseDouble(value);
+        break;
+      case 43:
+        zScale_ = ParseDouble(value);
+        break;
+      case 50:
+        rotation_ = ParseDouble(value);
+        break;
+      default:
+        break;
+    }
+  });
+}
+
+void Vessik_Insert::ExpandBlock(Vessik_CommonData* Data, const std::vector<Vessik_Block>& Blocks,
+                                Vessik_Layers& Layers, int Level) {
+  if (Blocks.empty()) return;
+  for (const Vessik_Block& block : Blocks) {
+    if (block.Name != Name) continue;
+    // A block that refers to itself, directly or through others, would nest without
+    // end; the reference that goes too deep fails the parse cleanly instead.
+    if (Level > kMaxNesting) RaisePlatformError(errnum::OutOfStackSpace);
+    xBlock_ = block.X;
+    yBlock_ = block.Y;
+    zBlock_ = block.Z;
+    Entities = ReadEntities(block.StartLine, block.EndLine, this, Data, Blocks, Layers, Level);
+    return;
+  }
+}
+
+std::unique_ptr<Vessik_Entities> Vessik_Insert::ReadEntities(
+    int32_t StartLine, int32_t EndLine, Vessik_IParent* Parent, Vessik_CommonData* Data,
+    const std::vector<Vessik_Block>& Blocks, Vessik_Layers& Layers, int Level) {
+  auto result = std::make_unique<Vessik_Entities>();
+  const GroupPairTable& pairs = GroupPairs();
+  const bool topLevel = Parent != nullptr && Parent->Parent() == nullptr;
+  int32_t lastPercent = 0;
+  int32_t i = StartLine;
+  while (i <= EndLine) {
+    int keyword = KeywordIndex(pairs.Value(i));
+    std::unique_ptr<Vessik_IEntity> entity = keyword >= 0 ? CreateEntity(keyword) : nullptr;
+    if (entity) {
+      entity->Vessik_IEntity_Parent(Parent);
+      i = entity->Vessik_IEntity_Read(i + 1, Layers);
+      if (auto* insert = dynamic_cast<Vessik_Insert*>(entity.get())) {
+        insert->ExpandBlock(Data, Blocks, Layers, Level + 1);
+      }
+      entity->Vessik_IEntity_Init(Data);
+      result->Add(std::move(entity));
+    }
+    if (topLevel) {
+      int32_t percent = RoundToLong(static_cast<double>(i - StartLine) /
+                                    static_cast<double>(EndLine - StartLine) * 50);
+      if (percent > lastPercent) {
+        if (progress_ == nullptr) RaisePlatformError(errnum::ObjectNotSet);
+        progress_->DoProgress(RoundToLong(percent / 2.0 + 50));
+      }
+      lastPercent = percent;
+      if (progress_ == nullptr) RaisePlatformError(errnum::ObjectNotSet);
+      if (progress_->IsCanceled()) {
+        while (result->Count() > 0) result->Remove(1);
+        return result;
+      }
+    }
+    PumpMessages();
+    i = i + 1;
+  }
+  return result;
+}
+
+std::string Vessik_Insert::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
+  // Every statement here runs with failures ignored: an item that cannot be
+  // printed is left out, and the others still print.
+  Vessik_Concat buffer;
+  try {
+    if (progress_ == nullptr) RaisePlatformError(errnum::ObjectNotSet);
+    progress_->DoProgress(50);
+  } catch (...) {
+  }
+  if (Entities) {
+    const int32_t count = Entities->Count();
+    const double step = 100.0 / count;
+    int32_t lastPercent = 0;
+    for (int32_t k = 1; k <= count; ++k) {
+      int32_t percent = lastPercent;
+      try {
+        percent = RoundToLong(k * step);
+        if (percent > lastPercent) {
+          if (progress_ == nullptr) RaisePlatformError(errnum::ObjectNotSet);
+          progress_->DoProgress(RoundToLong(percent / 2.0 + 50));
+        }
+      } catch (...) {
+      }
+      lastPercent = percent;
+      try {
+        Vessik_IEntity* item = Entities->Item(k).get();
+        if (item != nullptr) buffer.Concat(item->Vessik_IEntity_ToString(Layers));
+      } catch (...) {
+      }
+      PumpMessages();
+    }
+  }
+  return buffer.TakeValue();
+}
+
+void Vessik_Insert::Vessik_IEntity_Release() {
+  if (!Entities) {
+    RaiseError(errnum::InsertComponent, "Rendak.Vessik_Insert.Vessik_IEntity_Release",
+               "Vessik_Insert component failure");
+  }
+  parent_ = nullptr;
+}
+
+}  // namespace vessik

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "entities/Vessik_IEntity.h"
+#include "entities/Vessik_IParent.h"
+#include "parser/Vessik_Block.h"
+#include "parser/Vessik_Collection.h"
+
+namespace vessik {
+
+class Vessik_Progress;
+
+using Vessik_Entities = Vessik_Collection<std::unique_ptr<Vessik_IEntity>>;
+
+// A block reference, and the shape of the whole drawing: the root of the drawing is
+// an unnamed reference at the origin whose content is the ENTITIES section.
+class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
+ public:
+  // Deepest nesting of block references that is expanded; deeper fails with 28.
+  static constexpr int kMaxNesting = 256;
+
+  Vessik_Insert() = default;
+  ~Vessik_Insert() override;
+
+  int32_t Id = 0;
+  int32_t Layer = 0;
+  std::string Name;
+  std::unique_ptr<Vessik_Entities> Entities;
+
+  void Progress(Vessik_Progress* value) { progress_ = value; }
+
+  // Builds the entities of the pairs StartLine to EndLine, with Parent as their
+  // parent, expanding every block reference through its block. Level is the
+  // nesting of the references that the new objects stand in (0 at the root).
+  std::unique_ptr<Vessik_Entities> ReadEntities(int32_t StartLine, int32_t EndLine,
+                                                Vessik_IParent* Parent, Vessik_CommonData* Data,
+                                                const std::vector<Vessik_Block>& Blocks,
+                                                Vessik_Layers& Layers, int Level = 0);
+
+  // Vessik_IEntity
+  Vessik_IParent* Vessik_IEntity_Parent() const override { return parent_; }
+  void Vessik_IEntity_Parent(Vessik_IParent* value) override { parent_ = value; }
+  int32_t Vessik_IEntity_Color(Vessik_Layers&) override { return 0; }
+  std::string Vessik_IEntity_LayerName(Vessik_Layers& Layers) override;
+  void Vessik_IEntity_Release() override;
+  int32_t Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) override;
+  std::string Vessik_IEntity_ToString(Vessik_Layers& Layers) override;
+  void Vessik_IEntity_Init(Vessik_CommonData*) override {}
+
+  // Vessik_IParent
+  Vessik_IParent* Parent() const override { return parent_; }
+  void Parent(Vessik_IParent* value) override { parent_ = value; }
+  double X() const override { return x_; }
+  void X(double v) override { x_ = v; }
+  double Y() const override { return y_; }
+  void Y(double v) override { y_ = v; }
+  double Z() const override { return z_; }
+  void Z(double v) override { z_ = v; }
+  double XScale() const override { return xScale_; }
+  void XScale(double v) override { xScale_ = v; }
+  double YScale() const override { return yScale_; }
+  void YScale(double v) override { yScale_ = v; }
+  double ZScale() const override { return zScale_; }
+  void ZScale(double v) override { zScale_ = v; }
+  double Rotation() const override { return rotation_; }
+  void Rotation(double v) override { rotation_ = v; }
+  double XBlock() const override { return xBlock_; }
+  void XBlock(double v) override { xBlock_ = v; }
+  double YBlock() const override { return yBlock_; }
+  void YBlock(double v) override { yBlock_ = v; }
+  double ZBlock() const override { return zBlock_; }
+  void ZBlock(double v) override { zBlock_ = v; }
+
+ private:
+  void ExpandBlock(Vessik_CommonData* Data, const std::vector<Vessik_Block>& Blocks,
+                   Vessik_Layers& Layers, int Level);
+
+  Vessik_IParent* parent_ = nullptr;
+  Vessik_Progress* progress_ = nullptr;
+  double x_ = 0, y_ = 0, z_ = 0;
+  double xScale_ = 1, yScale_ = 1, zScale_ = 1;
+  double rotation_ = 0;
+  double xBlock_ = 0, yBlock_ = 0, zBlock_ = 0;
+};
+
+}  // namespace vessik

@@ -1,0 +1,39 @@
+// An ordered list whose positions count from 1, as the drawing's collections do.
+// Reading a position outside 1 to Count raises 9.
+#pragma once
+
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "parser/Vessik_Error.h"
+
+namespace vessik {
+
+template <class T>
+class Vessik_Collection {
+ public:
+  int32_t Count() const { return static_cast<int32_t>(items_.size()); }
+  void Add(T item) { items_.push_back(std::move(item)); }
+  T& Item(int32_t position) { return items_[Index(position)]; }
+  const T& Item(int32_t position) const { return items_[Index(position)]; }
+  void Remove(int32_t position) {
+    items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(Index(position)));
+  }
+  void Clear() { items_.clear(); }
+
+  // Plain iteration, for loops that need no position.
+  auto begin() { return items_.begin(); }
+  auto end() { return items_.end(); }
+  auto begin() const { return items_.begin(); }
+  auto end() const { return items_.end(); }
+
+ private:
+  size_t Index(int32_t position) const {
+    if (position < 1 || position > Count()) RaisePlatformError(errnum::SubscriptOutOfRange);
+    return static_cast<size_t>(position - 1);
+  }
+  std::vector<T> items_;
+};
+
+}  // namespace vessik

@@ -1,0 +1,39 @@
+// Conversions between text and numbers, done the same way on every machine:
+// reading never depends on the locale; writing uses the locale's decimal separator
+// only, as hosts of the drawing text expect.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace vessik {
+
+// The number reader behind ParseDouble, the group codes and HandleToId. Blanks, tabs
+// and line feeds are skipped wherever they stand; "&H"/"&O" read hexadecimal and
+// octal integers; otherwise the longest leading decimal number is read, with "E" or
+// "D" exponents. No number reads 0 and nothing fails. With commaIsPoint, "," counts
+// as the decimal point.
+double ReadNumber(std::string_view text, bool commaIsPoint);
+
+// Strict text to 32-bit integer: raises 13 for text that is no number and 6 for a
+// value out of range. Fractions are rounded half to even.
+int32_t TextToLong(std::string_view text);
+
+// The same for a 16-bit integer.
+int16_t TextToInteger(std::string_view text);
+
+// Round half to even to a 32-bit integer; raises 6 when out of range or not a number.
+int32_t DoubleToLong(double value);
+
+// Appends a double as text: 15 significant digits at most, shortest form, "E"
+// exponent form where %G would use it, the locale's decimal separator.
+void AppendDouble(std::string& out, double value);
+std::string DoubleToText(double value);
+
+void AppendLong(std::string& out, int32_t value);
+
+// The decimal separator of the C library's current LC_NUMERIC locale.
+std::string_view DecimalSeparator();
+
+}  // namespace vessik

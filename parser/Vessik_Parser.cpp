@@ -1,0 +1,186 @@
+#include "parser/Vessik_Parser.h"
+
+#include <cstring>
+
+#include "entities/Vessik_Insert.h"
+#include "parser/GroupPairs.h"
+#include "parser/Vessik_Convert.h"
+#include "parser/Vessik_Error.h"
+#include "parser/Vessik_Utils.h"
+
+namespace vessik {
+namespace {
+
+// A coordinate of a block header not read yet: -1.79769313486231E+308, compared by
+// its bits.
+constexpr uint64_t kBlockUnsetBits = 0xFFEFFFFFFFFFFFE2ull;
+
+double BlockUnset() {
+  double d;
+  std::memcpy(&d, &kBlockUnsetBits, sizeof d);
+  return d;
+}
+
+bool IsBlockUnset(double d) {
+  uint64_t bits;
+  std::memcpy(&bits, &d, sizeof bits);
+  return bits == kBlockUnsetBits;
+}
+
+}  // namespace
+
+Vessik_Parser::Vessik_Parser() = default;
+
+Vessik_Parser::~Vessik_Parser() {
+  root_.reset();
+  PumpMessages();
+}
+
+void Vessik_Parser::SetLayers(Vessik_Layers& layers) {
+  layers_ = layers;
+  layers.clear();
+}
+
+std::string Vessik_Parser::Parse2(const std::string& TheFile, Vessik_CommonData* Data,
+                                  Vessik_Progress* Progress) {
+  LoadDXF(TheFile);
+  std::vector<Vessik_Section> sections = ParseSections();
+  Vessik_Layers layers = ParseLayers(sections);
+  SetLayers(layers);
+  std::vector<Vessik_Block> blocks = ParseBlocks(sections);
+  root_.reset();
+  root_ = ParseEntities(sections, blocks, layers_, Data, Progress);
+  // Nothing reads the pairs after the entities are built: their memory goes now,
+  // before the text is made.
+  GroupPairs().Clear();
+  if (!root_) RaisePlatformError(errnum::ObjectNotSet);
+  std::string m = root_->Vessik_IEntity_ToString(layers_);
+  root_->Vessik_IEntity_Release();
+  // The drawing is freed here rather than at the next parse.
+  root_.reset();
+  return m;
+}
+
+std::vector<Vessik_Section> Vessik_Parser::ParseSections() {
+  const GroupPairTable& pairs = GroupPairs();
+  std::vector<Vessik_Section> result;
+  std::unique_ptr<Vessik_Section> current;
+  const int32_t count = pairs.Count();
+  for (int32_t i = 0; i < count; ++i) {
+    std::string_view value = pairs.Value(i);
+    if (value == "SECTION") {
+      current = std::make_unique<Vessik_Section>();
+      current->BeginLine = i;
+    }
+    if (pairs.Code(i) == 2 && current && current->Name.empty()) current->Name = std::string(value);
+    if (value == "ENDSEC" && current) {
+      current->EndLine = i;
+      result.push_back(std::move(*current));
+      current.reset();
+    }
+  }
+  return result;
+}
+
+int32_t Vessik_Parser::FindSection(const std::vector<Vessik_Section>& Sections,
+                                   const std::string& Name) {
+  // No completed section: the array was never sized, and asking for its bounds fails.
+  if (Sections.empty()) RaisePlatformError(errnum::SubscriptOutOfRange);
+  for (size_t i = 0; i < Sections.size(); ++i) {
+    if (Sections[i].Name == Name) return static_cast<int32_t>(i);
+  }
+  return -1;
+}
+
+Vessik_Layers Vessik_Parser::ParseLayers(const std::vector<Vessik_Section>& Sections) {
+  Vessik_Layers result;
+  int32_t idx = FindSection(Sections, "TABLES");
+  if (idx == -1) return result;
+  const Vessik_Section& section = Sections[static_cast<size_t>(idx)];
+  const GroupPairTable& pairs = GroupPairs();
+  int32_t n = 0;
+  std::shared_ptr<Vessik_Layer> current;
+  // The first "LAYER" is the table's own header: it starts a record that is never
+  // stored. Each later one stores the record before it, and "ENDTAB" the last.
+  for (int32_t i = section.BeginLine; i <= section.EndLine; ++i) {
+    std::string_view value = pairs.Value(i);
+    const bool endTab = value == "ENDTAB";
+    if (value == "LAYER" || (endTab && n > 0)) {
+      if (current) {
+        if (n > 0) result.push_back(current);
+        n = n + 1;
+      }
+      if (endTab) break;
+      current = std::make_shared<Vessik_Layer>();
+    }
+    const int32_t code = pairs.Code(i);
+    if (code == 2 && current && current->Name.empty()) current->Name = std::string(value);
+    if (code == 62 && current) current->Color->ColorACI(TextToLong(value));
+  }
+  return result;
+}
+
+std::vector<Vessik_Block> Vessik_Parser::ParseBlocks(const std::vector<Vessik_Section>& Sections) {
+  std::vector<Vessik_Block> result;
+  int32_t idx = FindSection(Sections, "BLOCKS");
+  if (idx == -1) return result;
+  const Vessik_Section& section = Sections[static_cast<size_t>(idx)];
+  const GroupPairTable& pairs = GroupPairs();
+  std::unique_ptr<Vessik_Block> current;
+  const double unset = BlockUnset();
+  for (int32_t i = section.BeginLine; i <= section.EndLine; ++i) {
+    const int32_t code = pairs.Code(i);
+    std::string_view value = pairs.Value(i);
+    switch (code) {
+      case 0:
+        if (value == "BLOCK") {
+          current = std::make_unique<Vessik_Block>();
+          current->StartLine = i;
+          current->X = unset;
+          current->Y = unset;
+          current->Z = unset;
+        } else if (value == "ENDBLK") {
+          if (!current) RaisePlatformError(errnum::ObjectNotSet);
+          if (IsBlockUnset(current->X)) current->X = 0;
+          if (IsBlockUnset(current->Y)) current->Y = 0;
+          if (IsBlockUnset(current->Z)) current->Z = 0;
+          current->EndLine = i;
+          result.push_back(std::move(*current));
+          current.reset();
+        }
+        break;
+      case 2:
+        if (current && current->Name.empty()) current->Name = std::string(value);
+        break;
+      case 10:
+        if (current && IsBlockUnset(current->X)) current->X = ParseDouble(value);
+        break;
+      case 20:
+        if (current && IsBlockUnset(current->Y)) current->Y = ParseDouble(value);
+        break;
+      case 30:
+        if (current && IsBlockUnset(current->Z)) current->Z = ParseDouble(value);
+        break;
+      default:
+        break;
+    }
+  }
+  return result;
+}
+
+std::unique_ptr<Vessik_Insert> Vessik_Parser::ParseEntities(
+    const std::vector<Vessik_Section>& Sections, const std::vector<Vessik_Block>& Blocks,
+    Vessik_Layers& Layers, Vessik_CommonData* Data, Vessik_Progress* Progress) {
+  int32_t idx = FindSection(Sections, "ENTITIES");
+  if (idx == -1) return nullptr;
+  const Vessik_Section& section = Sections[static_cast<size_t>(idx)];
+  auto root = std::make_unique<Vessik_Insert>();
+  root->Progress(Progress);
+  root->Entities =
+      root->ReadEntities(section.BeginLine, section.EndLine, root.get(), Data, Blocks, Layers);
+  if (Progress == nullptr) RaisePlatformError(errnum::ObjectNotSet);
+  Progress->DoProgress(50);
+  return root;
+}
+
+}  // namespace vessik

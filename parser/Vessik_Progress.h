@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <utility>
+#include <vector>
+
+namespace vessik {
+
+// The progress object that a host passes to Parse2: it raises the Progress event
+// and carries the host's cancel flag.
+class Vessik_Progress {
+ public:
+  using Handler = std::function<void(int32_t)>;
+
+  bool IsCanceled() const { return canceled_; }
+  void IsCanceled(bool value) { canceled_ = value; }
+
+  // Raises Progress with this value, synchronously, to every connected handler.
+  void DoProgress(int32_t value);
+
+  // Connects a handler; the result identifies it for Disconnect.
+  int Connect(Handler handler);
+  void Disconnect(int cookie);
+
+ private:
+  bool canceled_ = false;
+  int nextCookie_ = 1;
+  std::vector<std::pair<int, Handler>> handlers_;
+};
+
+}  // namespace vessik

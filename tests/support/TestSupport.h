@@ -1,0 +1,37 @@
+// Helpers shared by the test programs: temporary drawings and group pairs.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vessik::test {
+
+// A file in a fresh temporary folder, removed when the object ends.
+class TempFile {
+ public:
+  explicit TempFile(const std::string& content, const std::string& name = "drawing.dxf");
+  ~TempFile();
+  TempFile(const TempFile&) = delete;
+  TempFile& operator=(const TempFile&) = delete;
+  const std::string& Path() const { return path_; }
+
+ private:
+  std::string dir_;
+  std::string path_;
+};
+
+// Joins code and value lines into DXF text with the given line end.
+std::string DxfText(const std::vector<std::pair<int, std::string>>& pairs,
+                    const std::string& eol = "\n");
+
+// A whole drawing: ENTITIES section around the given pairs, optionally with a
+// TABLES section of layers (name, colour) and a BLOCKS section (raw pairs).
+std::string Drawing(const std::vector<std::pair<int, std::string>>& entities,
+                    const std::vector<std::pair<std::string, int>>& layers = {},
+                    const std::vector<std::pair<int, std::string>>& blocks = {});
+
+// Splits the text of Parse2 into records and each record into its 17 columns.
+std::vector<std::vector<std::string>> Records(const std::string& text);
+
+}  // namespace vessik::test
