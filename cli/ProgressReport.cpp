@@ -36,16 +36,22 @@ void ProgressReport::OnProgress(int32_t value) {
   if (bar_) DrawBar(value);
 }
 
-// The library reports 50 to 75 while reading and 50 to 100 while writing the
-// records; the bar shows the value as it comes, a percentage of the whole parse.
+// The library reports 50 to 75 while it reads the drawing, then falls back to 50
+// and reports up to 100 while it writes the records. The bar turns that into one
+// rising figure: reading fills the first half, writing the second.
 void ProgressReport::DrawBar(int32_t value) {
-  const int percent = static_cast<int>(std::clamp<int32_t>(value, 0, 100));
-  const int filled = percent * kBarWidth / 100;
+  if (value < lastValue_) writing_ = true;
+  lastValue_ = value;
+  const int32_t v = std::clamp<int32_t>(value, 50, 100);
+  const int figure = static_cast<int>(writing_ ? v : std::min<int32_t>((v - 50) * 2, 50));
+  if (figure <= percent_) return;
+  percent_ = figure;
+  const int filled = percent_ * kBarWidth / 100;
   std::string line = "\rvessik [";
   line.append(static_cast<size_t>(filled), '#');
   line.append(static_cast<size_t>(kBarWidth - filled), '.');
   line += "] ";
-  line += std::to_string(percent);
+  line += std::to_string(percent_);
   line += "%";
   std::fputs(line.c_str(), stderr);
   std::fflush(stderr);

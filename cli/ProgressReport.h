@@ -27,6 +27,9 @@ class ProgressReport {
   bool values_;
   bool bar_;
   bool barShown_ = false;
+  bool writing_ = false;
+  int32_t lastValue_ = 0;
+  int percent_ = -1;
 };
 
 // Whether standard error is a terminal, where a bar can redraw itself.
