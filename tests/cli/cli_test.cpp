@@ -175,6 +175,80 @@ TEST_F(CliTest, EverySettingReachesTheParse) {
              Expected(kShapes, d));
 }
 
+// A drawing on which every setting counts: arcs deformed by a non-uniform scale,
+// an ellipse, and a spline with a corner at an inner knot.
+std::string SettingsDrawing() {
+  std::vector<std::pair<int, std::string>> e{{0, "INSERT"},
+                                             {5, "30"},
+                                             {8, "0"},
+                                             {2, "HOLE"},
+                                             {10, "50"},
+                                             {20, "0"},
+                                             {41, "3"},
+                                             {42, "1"},
+                                             {43, "1"},
+                                             {0, "ELLIPSE"},
+                                             {5, "31"},
+                                             {8, "0"},
+                                             {10, "0"},
+                                             {20, "40"},
+                                             {11, "30"},
+                                             {21, "10"},
+                                             {40, "0.3"},
+                                             {41, "0"},
+                                             {42, "6.283185307179586"},
+                                             {0, "SPLINE"},
+                                             {5, "32"},
+                                             {8, "0"},
+                                             {70, "8"},
+                                             {71, "3"},
+                                             {72, "11"},
+                                             {73, "7"}};
+  for (const char* k : {"0", "0", "0", "0", "1", "1", "1", "2", "2", "2", "2"})
+    e.push_back({40, k});
+  const std::vector<std::pair<const char*, const char*>> points{
+      {"0", "0"},   {"10", "30"},  {"20", "-10"}, {"40", "20"},
+      {"60", "50"}, {"70", "-20"}, {"90", "0"}};
+  for (const auto& [x, y] : points) {
+    e.push_back({10, x});
+    e.push_back({20, y});
+    e.push_back({30, "0"});
+  }
+  return test::Drawing(
+      e, {{"0", 7}},
+      {{0, "BLOCK"}, {2, "HOLE"}, {10, "0"}, {20, "0"}, {30, "0"},   {0, "CIRCLE"}, {5, "21"},
+       {8, "0"},     {10, "0"},   {20, "0"}, {40, "5"}, {0, "ARC"},  {5, "22"},     {8, "0"},
+       {10, "0"},    {20, "0"},   {40, "8"}, {50, "0"}, {51, "200"}, {0, "ENDBLK"}});
+}
+
+TEST_F(CliTest, EachFlagSetsItsOwnSetting) {
+  test::TempFile f(SettingsDrawing());
+  struct Variation {
+    const char* flag;
+    const char* value;
+    void (*apply)(Vessik_CommonData&);
+  };
+  const Variation variations[] = {
+      {"--tolerance", "0.2", [](Vessik_CommonData& d) { d.Tolerance = 0.2; }},
+      {"--check", "1", [](Vessik_CommonData& d) { d.Check = 1; }},
+      {"--arc-max-deviation", "0.5",
+       [](Vessik_CommonData& d) { d.ArcMaximumDeviationFactor = 0.5; }},
+      {"--arc-min-segment-length", "6",
+       [](Vessik_CommonData& d) { d.ArcMinimumSegmentLengthFactor = 6; }},
+      {"--arc-max-segment-length", "0.3",
+       [](Vessik_CommonData& d) { d.ArcMaximumSegmentLengthFactor = 0.3; }},
+      {"--initial-segments", "9", [](Vessik_CommonData& d) { d.InitialSegments = 9; }},
+  };
+  const ToolRun defaults = Expected(f.Path(), DefaultSettings());
+  ExpectSame(RunTool({f.Path()}), defaults);
+  for (const Variation& v : variations) {
+    SCOPED_TRACE(v.flag);
+    Vessik_CommonData d = DefaultSettings();
+    v.apply(d);
+    ExpectSame(RunTool({v.flag, v.value, f.Path()}), Expected(f.Path(), d));
+  }
+}
+
 TEST_F(CliTest, ZeroSettingsAreAccepted) {
   // The arc factors at 0 give steps of one degree; no ellipse here, as a tolerance of
   // 0 cannot fit one.
