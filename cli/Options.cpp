@@ -1,6 +1,7 @@
 #include "cli/Options.h"
 
 #include <CLI/CLI.hpp>
+#include <string>
 
 namespace vessik::cli {
 
@@ -29,7 +30,7 @@ ParseResult ParseCommandLine(int argc, char** argv) {
       "Reads a DXF drawing and prints it as plain geometry: one tab-separated record per\n"
       "straight segment (83), arc (66) or circle (75), in world coordinates, CR LF line ends.",
       "vessik"};
-  app.set_version_flag("--version", "vessik 0.1.0");
+  app.set_version_flag("--version", std::string("vessik ") + VESSIK_VERSION);
 
   app.add_option("DRAWING", o.drawing, "The DXF drawing to read")->required();
   app.add_option("-o,--output", o.outputFile,
