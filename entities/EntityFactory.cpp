@@ -1,6 +1,8 @@
 #include "entities/EntityFactory.h"
 
+#include "entities/Vessik_Ellipse.h"
 #include "entities/Vessik_Insert.h"
+#include "entities/Vessik_Spline.h"
 
 namespace vessik {
 
@@ -15,6 +17,10 @@ int KeywordIndex(std::string_view value) {
 
 std::unique_ptr<Vessik_IEntity> CreateEntity(int keywordIndex) {
   switch (keywordIndex) {
+    case 5:
+      return std::make_unique<Vessik_Ellipse>();
+    case 6:
+      return std::make_unique<Vessik_Spline>();
     case 7:
       return std::make_unique<Vessik_Insert>();
     default:
