@@ -1,6 +1,9 @@
 #include "entities/EntityFactory.h"
 
+#include "entities/Vessik_Arc.h"
+#include "entities/Vessik_Circle.h"
 #include "entities/Vessik_Insert.h"
+#include "entities/Vessik_Line.h"
 
 namespace vessik {
 
@@ -15,6 +18,12 @@ int KeywordIndex(std::string_view value) {
 
 std::unique_ptr<Vessik_IEntity> CreateEntity(int keywordIndex) {
   switch (keywordIndex) {
+    case 0:
+      return std::make_unique<Vessik_Line>();
+    case 1:
+      return std::make_unique<Vessik_Circle>();
+    case 2:
+      return std::make_unique<Vessik_Arc>();
     case 7:
       return std::make_unique<Vessik_Insert>();
     default:
