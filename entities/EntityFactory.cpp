@@ -1,7 +1,10 @@
 #include "entities/EntityFactory.h"
 
+#include "entities/Vessik_Arc.h"
+#include "entities/Vessik_Circle.h"
 #include "entities/Vessik_Ellipse.h"
 #include "entities/Vessik_Insert.h"
+#include "entities/Vessik_Line.h"
 #include "entities/Vessik_Spline.h"
 
 namespace vessik {
@@ -17,6 +20,12 @@ int KeywordIndex(std::string_view value) {
 
 std::unique_ptr<Vessik_IEntity> CreateEntity(int keywordIndex) {
   switch (keywordIndex) {
+    case 0:
+      return std::make_unique<Vessik_Line>();
+    case 1:
+      return std::make_unique<Vessik_Circle>();
+    case 2:
+      return std::make_unique<Vessik_Arc>();
     case 5:
       return std::make_unique<Vessik_Ellipse>();
     case 6:

@@ -81,7 +81,7 @@ void Vessik_BiArc::Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessi
   first->R = std::abs(r1);
   first->SA = sa1;
   first->EA = ea1;
-  first->Parent = Parent;
+  first->Vessik_IEntity_Parent(Parent);
   first->Init(Id, Layer, Color, direction(Tana - sa1));
   Geos.Add(Vessik_Geo(first));
 
@@ -92,7 +92,7 @@ void Vessik_BiArc::Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessi
   second->R = std::abs(r2);
   second->SA = sa2;
   second->EA = ea2;
-  second->Parent = Parent;
+  second->Vessik_IEntity_Parent(Parent);
   second->Init(Id, Layer, Color, direction(Tanb - ea2));
   Geos.Add(Vessik_Geo(second));
 }
@@ -101,7 +101,7 @@ void Vessik_BiArc::AddLine() {
   auto line = std::make_shared<Vessik_LineGeo>();
   line->Pa = Pa;
   line->Pe = Pb;
-  line->Parent = Parent;
+  line->Vessik_IEntity_Parent(Parent);
   line->Init(Id, Layer, Color);
   Geos.Add(Vessik_Geo(line));
 }

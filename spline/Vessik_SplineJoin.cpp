@@ -33,7 +33,7 @@ Vessik_Spline::GeoList Vessik_Spline::JoinLines(const GeoList& List) const {
         auto New = std::make_shared<Vessik_LineGeo>();
         New->Pa = Prev->Pa;
         New->Pe = Last->Pe;
-        New->Parent = parent_;
+        New->Vessik_IEntity_Parent(parent_);
         New->Init(Id, Layer, Color);
         double Worst = MostNegative;
         for (const Vessik_Point& P : Points) {
@@ -199,7 +199,7 @@ void Vessik_Spline::ThreeArcs2Two(bool Rising, const ArcList& Trio, double Tol,
   first->R = Rising ? RB : RF;
   first->SA = first->O.NormAngle(first->Pa);
   first->EA = first->O.NormAngle(first->Pe);
-  first->Parent = parent_;
+  first->Vessik_IEntity_Parent(parent_);
   first->Init(Id, Layer, Color, A1.Ext);
 
   auto second = std::make_shared<Vessik_ArcGeo>();
@@ -209,7 +209,7 @@ void Vessik_Spline::ThreeArcs2Two(bool Rising, const ArcList& Trio, double Tol,
   second->R = Rising ? RF : RB;
   second->SA = second->O.NormAngle(second->Pa);
   second->EA = second->O.NormAngle(second->Pe);
-  second->Parent = parent_;
+  second->Vessik_IEntity_Parent(parent_);
   second->Init(Id, Layer, Color, A3.Ext);
 
   Arc1 = std::move(first);

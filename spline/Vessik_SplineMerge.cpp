@@ -56,7 +56,7 @@ void Vessik_Spline::MergeArcs(ArcList& Arcs) {
   // A single arc keeps its form, end points and direction.
   if (Arcs.Count() < 2) return;
   const Vessik_ArcGeo& head = *Arcs.Item(1);
-  Vessik_IParent* const parent = head.Parent;
+  Vessik_IParent* const parent = head.Vessik_IEntity_Parent();
   const int32_t id = head.Id;
   const int32_t layer = head.Layer;
   const std::shared_ptr<Vessik_Color> color = head.Color;
@@ -187,7 +187,7 @@ void Vessik_Spline::MergeArcs(ArcList& Arcs) {
     A->Id = id;
     A->Layer = layer;
     A->Color = color;
-    A->Parent = parent;
+    A->Vessik_IEntity_Parent(parent);
     Arcs.Add(std::move(A));
   }
 }
