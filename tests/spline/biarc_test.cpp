@@ -145,8 +145,10 @@ TEST(BiArc, NotANumberTangentIsLine) {
 }
 
 TEST(BiArc, HugeTangentDoesNotHang) {
-  Vessik_BiArc B = Make({0, 0, 0}, {2, 0, 0}, 1e300, -1e300);
-  EXPECT_FALSE(B.Shape.empty());
+  // Adding 2 Pi no longer changes an angle of 1e300: the normalising loop stops.
+  Vessik_BiArc B = Make({0, 0, 0}, {2, 0, 0}, 1e300, 0);
+  EXPECT_EQ(B.Shape, "S-shaped");
+  EXPECT_EQ(B.Teta, (3 * -1e300 - 0.0) / 2);
 }
 
 TEST(BiArc, ReleaseClearsParents) {

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cmath>
+#include <vector>
 
 #include "SplineTestAccess.h"
 
@@ -116,20 +117,24 @@ TEST(JoinArcs, FewerThanThreeGoThroughMerge) {
 
 // Tangent-continuous arcs of radii r[0], r[1], r[2], counter-clockwise over 0-30,
 // 30-60 and 60-90 degrees: each centre moves along the joint's radius.
-Access::GeoList Chain(double r0, double r1, double r2) {
-  const double r[3] = {r0, r1, r2};
+Access::GeoList ChainOf(const std::vector<double>& r) {
   Access::GeoList l;
   double cx = 0;
   double cy = 0;
-  for (int k = 0; k < 3; ++k) {
+  for (size_t k = 0; k < r.size(); ++k) {
     if (k > 0) {
-      const double t = 30.0 * k * Pi / 180;
+      const double t = 30.0 * static_cast<double>(k) * Pi / 180;
       cx = cx + (r[k - 1] - r[k]) * std::cos(t);
       cy = cy + (r[k - 1] - r[k]) * std::sin(t);
     }
-    l.Add(Vessik_Geo(MakeArc(cx, cy, r[k], 30.0 * k, 30.0 * (k + 1), 1)));
+    const double a = 30.0 * static_cast<double>(k);
+    l.Add(Vessik_Geo(MakeArc(cx, cy, r[k], a, a + 30.0, 1)));
   }
   return l;
+}
+
+Access::GeoList Chain(double r0, double r1, double r2) {
+  return ChainOf({r0, r1, r2});
 }
 
 Access::ArcList TrioOf(const Access::GeoList& l) {
@@ -184,6 +189,17 @@ TEST(JoinArcs, RadiusUpAndDownIsNotJoined) {
   Access::GeoList out = Access::JoinArcs(s, l);
   ASSERT_EQ(out.Count(), 3);
   EXPECT_EQ(out.Item(2).Arc()->R, 2);
+}
+
+TEST(JoinArcs, RejectedTrioLetsTheNextArcTryWithTheLastTwo) {
+  Vessik_Spline s = WithTolerance(0.5);
+  // 10, 13, 12 goes up and down: no join. With the fourth arc the trio 13, 12, 11
+  // falls and joins, so four arcs become three.
+  Access::GeoList l = ChainOf({10, 13, 12, 11});
+  Access::GeoList out = Access::JoinArcs(s, l);
+  EXPECT_EQ(out.Count(), 3);
+  Access::GeoList three = ChainOf({10, 13, 12});
+  EXPECT_EQ(Access::JoinArcs(s, three).Count(), 3);
 }
 
 TEST(JoinArcs, TurnChangeIsNotJoined) {

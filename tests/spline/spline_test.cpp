@@ -296,6 +296,27 @@ TEST(SplineMarch, CoincidentRunKeepsTheOldNode) {
   EXPECT_NEAR(s.Geos().Item(1).Line()->Pe.X, 5, 1e-6);
 }
 
+TEST(SplineMarch, FirstStepIsCutToAShortSection) {
+  Vessik_Spline s;
+  // MaxStep is 1 / 2, the section only 0.1 long: one piece up to 1e-9 before its end.
+  Fit(s, SplinePairs(1, {0, 0, 0.1, 0.1}, {{0, 0}, {3, 4}}), 0.01);
+  EXPECT_EQ(s.MaxStep(), 0.5);
+  ASSERT_EQ(s.BiArcs().Item(1).Count(), 1);
+  EXPECT_EQ(s.Nodes().Item(1).Count(), 2);
+  const Vessik_BiArc& B = s.BiArcs().Item(1).Item(1);
+  EXPECT_EQ(B.Shape, "LineGeo");
+  EXPECT_NEAR(B.Pb.X, 3, 1e-6);
+  EXPECT_NEAR(B.Pb.Y, 4, 1e-6);
+  EXPECT_LT(B.Pb.X, 3);
+}
+
+TEST(SplineRead, KnotCountNotMatchingIsNotNoticed) {
+  Vessik_Spline s;
+  Read(s, SplinePairs(2, {0, 0, 0, 0.5, 1, 1, 1, 1, 1}, kQuadPts));
+  EXPECT_EQ(s.Knots().size(), 9u);
+  EXPECT_EQ(s.CPoints().size(), 3u);
+}
+
 TEST(SplineMarch, SectionShorterThanTwoGapsHasNoBiarc) {
   Vessik_Spline s;
   Fit(s, SplinePairs(1, {0, 0, 1.5e-9, 1.5e-9}, {{0, 0}, {1, 0}}), 0.01);
