@@ -4,6 +4,8 @@
 #include "entities/Vessik_Circle.h"
 #include "entities/Vessik_Insert.h"
 #include "entities/Vessik_Line.h"
+#include "entities/Vessik_LwPolyline.h"
+#include "entities/Vessik_Polyline.h"
 
 namespace vessik {
 
@@ -24,6 +26,10 @@ std::unique_ptr<Vessik_IEntity> CreateEntity(int keywordIndex) {
       return std::make_unique<Vessik_Circle>();
     case 2:
       return std::make_unique<Vessik_Arc>();
+    case 3:
+      return std::make_unique<Vessik_LwPolyline>();
+    case 4:
+      return std::make_unique<Vessik_Polyline>();
     case 7:
       return std::make_unique<Vessik_Insert>();
     default:
