@@ -5,6 +5,8 @@
 #include "entities/Vessik_Ellipse.h"
 #include "entities/Vessik_Insert.h"
 #include "entities/Vessik_Line.h"
+#include "entities/Vessik_LwPolyline.h"
+#include "entities/Vessik_Polyline.h"
 #include "entities/Vessik_Spline.h"
 
 namespace vessik {
@@ -26,6 +28,10 @@ std::unique_ptr<Vessik_IEntity> CreateEntity(int keywordIndex) {
       return std::make_unique<Vessik_Circle>();
     case 2:
       return std::make_unique<Vessik_Arc>();
+    case 3:
+      return std::make_unique<Vessik_LwPolyline>();
+    case 4:
+      return std::make_unique<Vessik_Polyline>();
     case 5:
       return std::make_unique<Vessik_Ellipse>();
     case 6:

@@ -28,7 +28,7 @@ class Vessik_Arc : public Vessik_Entity {
   double ArcMaximumSegmentLengthFactor = 0;
 
   // Most segments one arc may become; a longer run fails as the allocation would.
-  static constexpr int32_t kMaxSegments = 1 << 22;
+  static constexpr int32_t kMaxSegments = 1 << 20;
 
   Vessik_Arc() = default;
   Vessik_Arc(const Vessik_Arc&) = default;
