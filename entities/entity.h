@@ -4,6 +4,7 @@
 #include "entities/EntityFactory.h"
 #include "entities/Vessik_Arc.h"
 #include "entities/Vessik_Circle.h"
+#include "entities/Vessik_Ellipse.h"
 #include "entities/Vessik_Entity.h"
 #include "entities/Vessik_IEntity.h"
 #include "entities/Vessik_IParent.h"
@@ -11,4 +12,5 @@
 #include "entities/Vessik_Line.h"
 #include "entities/Vessik_LwPolyline.h"
 #include "entities/Vessik_Polyline.h"
+#include "entities/Vessik_Spline.h"
 #include "entities/Vessik_Vertex.h"
