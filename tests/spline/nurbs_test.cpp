@@ -140,6 +140,19 @@ TEST(Nurbs, RationalQuarterCircleLiesOnCircle) {
   }
 }
 
+TEST(Nurbs, SingleKnotFailsEvenWithoutChecks) {
+  Vessik_Nurbs n;
+  n.Init(1, {0}, {1}, {{0, 0, 0}});
+  // The knot groups always start with the knot at index 1.
+  try {
+    n.CheckParameters(0.01, 0);
+    FAIL() << "no failure";
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), 9);
+    EXPECT_EQ(e.Description(), "Subscript out of range");
+  }
+}
+
 TEST(Nurbs, TooFewWeightsRaise9) {
   Vessik_Nurbs n;
   try {
