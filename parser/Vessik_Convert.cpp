@@ -331,7 +331,10 @@ void AppendDouble(std::string& out, double value) {
   int exp10 = 0;
   bool negative = false;
   split(res.ptr, digits, count, exp10, negative);
-  if (count > 15) {
+  // The shortest form of a normal double with at most 15 digits is also its value
+  // rounded to 15 digits; a subnormal has fewer bits than 15 digits need, so its
+  // shortest form can be shorter than the rounded one.
+  if (count > 15 || std::fabs(value) < std::numeric_limits<double>::min()) {
     res = std::to_chars(buf, buf + sizeof(buf), value, std::chars_format::scientific, 14);
     split(res.ptr, digits, count, exp10, negative);
     while (count > 1 && digits[count - 1] == '0') --count;
