@@ -141,6 +141,14 @@ TEST(ParseDouble, BeyondTheRangeIsAnInfinity) {
   EXPECT_EQ(ParseDouble("1e-400"), 0);
 }
 
+TEST(ParseDouble, LongExponentsAndDigitRuns) {
+  EXPECT_EQ(ParseDouble("1e0000000000000000000005"), 1e5);
+  EXPECT_EQ(ParseDouble("1e99999999999999999999"), kInf);
+  EXPECT_EQ(ParseDouble("1e-99999999999999999999"), 0);
+  EXPECT_EQ(ParseDouble("0." + std::string(500, '0') + "1e600"), 1e99);
+  EXPECT_EQ(ParseDouble(std::string(500, '9') + "e-600"), 1e-100);
+}
+
 TEST(ParseDouble, CorrectlyRounded) {
   EXPECT_EQ(ParseDouble("0.1"), 0.1);
   EXPECT_EQ(ParseDouble("2.2250738585072014e-308"), 2.2250738585072014e-308);

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -312,6 +313,23 @@ TEST(LoadDXF, FirstCodeOutOfRangeFailsAtItsLine) {
   Vessik_Error e = LoadFailure(f.Path());
   EXPECT_EQ(e.Number(), -2147221501);
   EXPECT_EQ(e.Description(), "Error during parsing of DXF file at line #0");
+}
+
+TEST(LoadDXF, EmptyValueDropsThePairBeforeItsCodeIsRead) {
+  int shown = 0;
+  SetMessageBoxHook([&](const std::string&) { ++shown; });
+  EXPECT_EQ(Load("0\nSECTION\n99999999999\n\n2\nA\n"), (Pairs{{0, "SECTION"}, {2, "A"}}));
+  SetMessageBoxHook(nullptr);
+  EXPECT_EQ(shown, 0);
+}
+
+TEST(LoadDXF, PairsBelongToTheThread) {
+  Load(test::DxfText(kSmall));
+  Pairs other;
+  std::thread t([&] { other = Load("0\nSECTION\n2\nOTHER\n"); });
+  t.join();
+  EXPECT_EQ(other, (Pairs{{0, "SECTION"}, {2, "OTHER"}}));
+  EXPECT_EQ(Loaded(), kSmall);
 }
 
 TEST(LoadDXF, NegativeLimitAndHexCodesFit) {
