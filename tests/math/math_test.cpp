@@ -338,8 +338,8 @@ TEST(LayerIndex, FirstOfTwoEqualNames) {
   Vessik_Layers layers;
   layers.push_back(std::make_shared<Vessik_Layer>());
   layers.push_back(std::make_shared<Vessik_Layer>());
-  layers[0]->Name = "X";
-  layers[1]->Name = "X";
+  layers[0]->Name = std::string(1, 'X');
+  layers[1]->Name = std::string(1, 'X');
   EXPECT_EQ(LayerIndex(layers, "X"), 0);
   EXPECT_EQ(layers.size(), 2u);
 }

@@ -436,7 +436,8 @@ TEST(LoadDXF, BigFileWithCrLfCutBetweenCrAndLf) {
   std::string rest;
   int n = 0;
   while (rest.size() < 3300000) {
-    std::string value = "V" + std::to_string(n++);
+    std::string value(1, 'V');
+    value += std::to_string(n++);
     rest += "999\r\n" + value + "\r\n";
     body.emplace_back(999, value);
   }
@@ -452,7 +453,10 @@ TEST(LoadDXF, BigFileWithCrLfCutBetweenCrAndLf) {
     if (rest[block - 1 - head] == '\r') found = pad;
   }
   ASSERT_GT(found, 0u);
-  std::string text = start + std::string(found, 'c') + "\r\n" + rest;
+  std::string text = start;
+  text.append(found, 'c');
+  text.append("\r\n");
+  text.append(rest);
   const size_t block = text.size() / 50;
   ASSERT_EQ(text.substr(block - 1, 2), "\r\n");
   Pairs expected = {{0, "SECTION"}, {2, "ENTITIES"}, {999, std::string(found, 'c')}};
