@@ -159,6 +159,32 @@ TEST(Parse2, InsertOfMissingBlockOrWithoutBlocksGivesNothing) {
             "");
 }
 
+TEST(Parse2, EntityOnAnUnlistedLayerCreatesIt) {
+  // No TABLES section: the layer of the reference is made on the fly, white.
+  test::TempFile f(test::Drawing({{0, "INSERT"}, {8, "L1"}, {2, "NONE"}, {0, "POINT"}}));
+  Vessik_Parser parser;
+  Vessik_CommonData data;
+  Vessik_Progress progress;
+  EXPECT_EQ(parser.Parse2(f.Path(), data, progress), "");
+  ASSERT_EQ(parser.Layers().size(), 1u);
+  EXPECT_EQ(parser.Layers()[0]->Name, "L1");
+  EXPECT_EQ(parser.Layers()[0]->Color->ColorACI(), 7);
+  EXPECT_EQ(parser.Layers()[0]->Color->ColorRGB(), 16777215);
+}
+
+TEST(Parse2, UnlistedLayerIsAppendedBehindTheTable) {
+  test::TempFile f(
+      test::Drawing({{0, "INSERT"}, {8, "X"}, {2, "NONE"}, {0, "INSERT"}, {8, "WALLS"}}, kLayers));
+  Vessik_Parser parser;
+  Vessik_CommonData data;
+  Vessik_Progress progress;
+  EXPECT_EQ(parser.Parse2(f.Path(), data, progress), "");
+  ASSERT_EQ(parser.Layers().size(), 3u);
+  EXPECT_EQ(parser.Layers()[0]->Name, "0");
+  EXPECT_EQ(parser.Layers()[1]->Name, "WALLS");
+  EXPECT_EQ(parser.Layers()[2]->Name, "X");
+}
+
 // Failures
 
 TEST(Parse2, NoSectionTag) {
@@ -381,6 +407,30 @@ TEST(ParseEntities, AfterCancelRootExistsEmptyAndReports50) {
   ASSERT_NE(root->Entities, nullptr);
   EXPECT_EQ(root->Entities->Count(), 0);
   EXPECT_EQ(r.values, (std::vector<int32_t>{50}));
+}
+
+TEST(ParseEntities, OfTwoBlocksOfOneNameTheFirstIsExpanded) {
+  Pairs blocks = {{0, "BLOCK"}, {2, "B"},      {10, "1"},    {20, "2"}, {30, "3"}, {0, "INSERT"},
+                  {2, "Z"},     {0, "ENDBLK"}, {0, "BLOCK"}, {2, "B"},  {10, "9"}, {0, "ENDBLK"}};
+  test::TempFile f(test::Drawing({{0, "INSERT"}, {2, "B"}}, {}, blocks));
+  Vessik_Parser::LoadDXF(f.Path());
+  auto sections = Vessik_Parser::ParseSections();
+  auto blockIndex = Vessik_Parser::ParseBlocks(sections);
+  ASSERT_EQ(blockIndex.size(), 2u);
+  Vessik_Layers layers;
+  Vessik_CommonData data;
+  Vessik_Progress progress;
+  Vessik_Parser parser;
+  auto root = parser.ParseEntities(sections, blockIndex, layers, &data, &progress);
+  ASSERT_NE(root, nullptr);
+  ASSERT_EQ(root->Entities->Count(), 1);
+  auto* ref = dynamic_cast<Vessik_Insert*>(root->Entities->Item(1).get());
+  ASSERT_NE(ref, nullptr);
+  EXPECT_EQ(ref->XBlock(), 1);
+  EXPECT_EQ(ref->YBlock(), 2);
+  EXPECT_EQ(ref->ZBlock(), 3);
+  ASSERT_NE(ref->Entities, nullptr);
+  EXPECT_EQ(ref->Entities->Count(), 1);
 }
 
 TEST(ParseEntities, NoEntitiesSectionGivesNull) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "parser/GroupPairs.h"
+#include "parser/Vessik_Collection.h"
 #include "parser/Vessik_Color.h"
 #include "parser/Vessik_Error.h"
 #include "parser/Vessik_Layer.h"
@@ -468,6 +469,61 @@ TEST(ParseBlocks, EndblkWithoutBlockIsNullReference) {
 TEST(ParseBlocks, NoBlocksSectionGivesNone) {
   EXPECT_TRUE(BlocksOf({{0, "SECTION"}, {2, "ENTITIES"}, {0, "ENDSEC"}}).empty());
   EXPECT_TRUE(BlocksOf(Blocks({{0, "POINT"}})).empty());
+}
+
+// The pairs and the collections
+
+TEST(GroupPairTable, ReadingOutsideFails9) {
+  GroupPairs().Assign({{0, "SECTION"}, {2, "X"}});
+  EXPECT_EQ(GroupPairs().Count(), 2);
+  EXPECT_EQ(GroupPairs().UBound(), 1);
+  EXPECT_EQ(GroupPairs().Code(1), 2);
+  EXPECT_EQ(GroupPairs().Value(1), "X");
+  EXPECT_EQ(FailureNumber([] { GroupPairs().Code(2); }), 9);
+  EXPECT_EQ(FailureNumber([] { GroupPairs().Value(-1); }), 9);
+  GroupPairs().Clear();
+  EXPECT_EQ(GroupPairs().UBound(), -1);
+  EXPECT_EQ(FailureNumber([] { GroupPairs().Value(0); }), 9);
+}
+
+TEST(VessikCollection, PositionsFromOne) {
+  Vessik_Collection<int> c;
+  EXPECT_EQ(c.Count(), 0);
+  EXPECT_EQ(FailureNumber([&] { c.Item(1); }), 9);
+  c.Add(10);
+  c.Add(20);
+  c.Add(30);
+  EXPECT_EQ(c.Count(), 3);
+  EXPECT_EQ(c.Item(1), 10);
+  EXPECT_EQ(c.Item(3), 30);
+  EXPECT_EQ(FailureNumber([&] { c.Item(0); }), 9);
+  EXPECT_EQ(FailureNumber([&] { c.Item(4); }), 9);
+  c.Remove(1);
+  EXPECT_EQ(c.Count(), 2);
+  EXPECT_EQ(c.Item(1), 20);
+  EXPECT_EQ(FailureNumber([&] { c.Remove(3); }), 9);
+  EXPECT_EQ(c.Count(), 2);
+}
+
+TEST(VessikError, PlatformWords) {
+  EXPECT_EQ(PlatformErrorText(5), "Invalid procedure call or argument");
+  EXPECT_EQ(PlatformErrorText(6), "Overflow");
+  EXPECT_EQ(PlatformErrorText(7), "Out of memory");
+  EXPECT_EQ(PlatformErrorText(9), "Subscript out of range");
+  EXPECT_EQ(PlatformErrorText(11), "Division by zero");
+  EXPECT_EQ(PlatformErrorText(13), "Type mismatch");
+  EXPECT_EQ(PlatformErrorText(28), "Out of stack space");
+  EXPECT_EQ(PlatformErrorText(53), "File not found");
+  EXPECT_EQ(PlatformErrorText(75), "Path/File access error");
+  EXPECT_EQ(PlatformErrorText(91), "Object variable or With block variable not set");
+  try {
+    RaisePlatformError(13);
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), 13);
+    EXPECT_EQ(e.Source(), "");
+    EXPECT_EQ(e.Description(), "Type mismatch");
+    EXPECT_STREQ(e.what(), "Type mismatch");
+  }
 }
 
 // Colour and layer records
