@@ -174,6 +174,16 @@ TEST(Lickety, SplitsOnTheExactDelimiterOnly) {
   EXPECT_EQ(Split("a\r\nb\n", 0, "\n"), (Lines{"a\r", "b"}));
 }
 
+TEST(Lickety, DelimiterThatOverlapsItself) {
+  // Occurrences from left to right without overlap: "aaa" holds one "aa".
+  EXPECT_EQ(Split("aaa", 0, "aa"), (Lines{""}));
+  EXPECT_EQ(Split("xaaay", 0, "aa"), (Lines{"x"}));
+  EXPECT_EQ(Split("aaaa", 0, "aa"), (Lines{"", ""}));
+  EXPECT_EQ(Split("xabababy", 0, "aba"), (Lines{"x"}));
+  // Blocks "aaa" and "b": the last one holds no delimiter, so "ab" is kept.
+  EXPECT_EQ(Split("aaab", 3, "aa"), (Lines{"", "ab"}));
+}
+
 TEST(Lickety, MissingFile) {
   Lickety l;
   try {
