@@ -273,6 +273,18 @@ TEST(Parse2, FolderAsTheFile) {
   EXPECT_EQ(f.description, "Path/File access error");
 }
 
+TEST(Parse2, MissingProgressObjectIsNullReference) {
+  test::TempFile f(test::Drawing({}));
+  Vessik_Parser parser;
+  Vessik_CommonData data;
+  try {
+    parser.Parse2(f.Path(), &data, nullptr);
+    ADD_FAILURE() << "no failure";
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), 91);
+  }
+}
+
 TEST(Parse2, SecondParseAfterAFailedOneStartsClean) {
   Vessik_Parser parser;
   test::TempFile bad(test::DxfText({{0, "SECTION"},
@@ -489,6 +501,25 @@ TEST(PumpMessages, HookIsPerThread) {
   other.join();
   EXPECT_EQ(calls, 0);
   SetPumpHook(nullptr);
+}
+
+TEST(PumpMessages, NotCalledByTheTableStages) {
+  Pairs p = {{0, "SECTION"}, {2, "TABLES"}, {0, "TABLE"}, {2, "LAYER"}};
+  for (int i = 0; i < 2000; ++i) p.insert(p.end(), {{0, "LAYER"}, {2, "L" + std::to_string(i)}});
+  p.insert(p.end(), {{0, "ENDTAB"}, {0, "ENDSEC"}, {0, "SECTION"}, {2, "BLOCKS"}});
+  for (int i = 0; i < 2000; ++i) p.insert(p.end(), {{0, "BLOCK"}, {2, "B"}, {0, "ENDBLK"}});
+  p.insert(p.end(), {{0, "ENDSEC"}});
+  GroupPairs().Assign(std::vector<std::pair<int32_t, std::string>>(p.begin(), p.end()));
+  int calls = 0;
+  SetPumpHook([&] { ++calls; });
+  LastPumpTick() = TickCount() - 1000;
+  auto sections = Vessik_Parser::ParseSections();
+  auto layers = Vessik_Parser::ParseLayers(sections);
+  auto blocks = Vessik_Parser::ParseBlocks(sections);
+  SetPumpHook(nullptr);
+  EXPECT_EQ(layers.size(), 2000u);
+  EXPECT_EQ(blocks.size(), 2000u);
+  EXPECT_EQ(calls, 0);
 }
 
 TEST(PumpMessages, CalledDuringALongLoad) {
