@@ -231,6 +231,25 @@ TEST(LoadDXF, HeadWithoutLineEndSplitsOnCrLf) {
   EXPECT_EQ(e.Description(), "SECTION tag not found. DXF file is invalid.");
 }
 
+TEST(LoadDXF, HeadIsTheFirst1001Bytes) {
+  Pairs body = {{0, "SECTION"}, {2, "ENTITIES"}, {0, "ENDSEC"}};
+  // LF at byte 1000, the last of the head: LF is chosen.
+  EXPECT_EQ(Load(std::string(1000, 'x') + "\n" + test::DxfText(body, "\n")), body);
+  // LF at byte 1001, behind the head: CR LF is chosen, and an LF file fails.
+  test::TempFile f(std::string(1001, 'x') + "\n" + test::DxfText(body, "\n"));
+  EXPECT_EQ(LoadFailure(f.Path()).Number(), -2147221503);
+}
+
+TEST(LoadDXF, CrLfCutByTheEndOfTheHeadSplitsOnCr) {
+  // The head ends with the CR of a CR LF: one CR and no LF, so CR is chosen. Every
+  // line then begins with an LF, no line is "SECTION", and the file fails.
+  Pairs body = {{0, "SECTION"}, {2, "ENTITIES"}, {0, "ENDSEC"}};
+  test::TempFile f(std::string(1000, 'x') + "\r\n" + test::DxfText(body, "\r\n"));
+  Vessik_Error e = LoadFailure(f.Path());
+  EXPECT_EQ(e.Number(), -2147221503);
+  EXPECT_EQ(e.Description(), "SECTION tag not found. DXF file is invalid.");
+}
+
 TEST(LoadDXF, EqualCrAndLfCountsKeepCrLf) {
   // LF CR line ends: no CR LF pair, as many CR as LF, so CR LF stays and the whole
   // file is one line.

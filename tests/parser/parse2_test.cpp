@@ -306,6 +306,9 @@ TEST(Parse2, SecondParseAfterAFailedOneStartsClean) {
   EXPECT_EQ(parser.Layers()[0]->Name, "NEW");
   // And after a failure of loading itself.
   EXPECT_EQ(ParseFailure(parser, "/nonexistent/vessik/missing.dxf").number, 53);
+  // Loading failed before the layers were read: the last ones stay.
+  ASSERT_EQ(parser.Layers().size(), 1u);
+  EXPECT_EQ(parser.Layers()[0]->Name, "NEW");
   EXPECT_EQ(parser.Parse2(good.Path(), data, progress), "");
   EXPECT_EQ(parser.Layers()[0]->Name, "NEW");
 }
