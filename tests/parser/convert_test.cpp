@@ -124,6 +124,9 @@ TEST(ParseDouble, NoNumberReadsZero) {
   EXPECT_EQ(ParseDouble("."), 0);
   EXPECT_EQ(ParseDouble("E5"), 0);
   EXPECT_EQ(ParseDouble("   "), 0);
+  EXPECT_EQ(ParseDouble("inf"), 0);
+  EXPECT_EQ(ParseDouble("nan"), 0);
+  EXPECT_EQ(ParseDouble("0x10"), 0);
 }
 
 TEST(ParseDouble, StopsAtTheFirstOtherCharacter) {
@@ -233,8 +236,9 @@ TEST(TextToLong, OverflowIsSix) {
 }
 
 TEST(TextToLong, NoNumberIsTypeMismatch) {
-  const char* bad[] = {"",  "abc", "12abc", "1,5", " ",   "1 2", "1e",    "1D3", "+",
-                       "-", ".",   "&H",    "&HG", "&X1", "--1", "1.2.3", "\r",  "5\r"};
+  const char* bad[] = {"",   "abc", "12abc", "1,5", " ",    "1 2", "1e",  "1D3",
+                       "+",  "-",   ".",     "&H",  "&HG",  "&X1", "--1", "1.2.3",
+                       "\r", "5\r", "inf",   "nan", "0x10", "1 e3"};
   for (const char* text : bad) {
     SCOPED_TRACE(text);
     ExpectFailure([&] { TextToLong(text); }, errnum::TypeMismatch, "Type mismatch");
