@@ -508,7 +508,11 @@ TEST(PumpMessages, HookIsPerThread) {
 
 TEST(PumpMessages, NotCalledByTheTableStages) {
   Pairs p = {{0, "SECTION"}, {2, "TABLES"}, {0, "TABLE"}, {2, "LAYER"}};
-  for (int i = 0; i < 2000; ++i) p.insert(p.end(), {{0, "LAYER"}, {2, "L" + std::to_string(i)}});
+  for (int i = 0; i < 2000; ++i) {
+    std::string name(1, 'L');
+    name += std::to_string(i);
+    p.insert(p.end(), {{0, "LAYER"}, {2, name}});
+  }
   p.insert(p.end(), {{0, "ENDTAB"}, {0, "ENDSEC"}, {0, "SECTION"}, {2, "BLOCKS"}});
   for (int i = 0; i < 2000; ++i) p.insert(p.end(), {{0, "BLOCK"}, {2, "B"}, {0, "ENDBLK"}});
   p.insert(p.end(), {{0, "ENDSEC"}});
