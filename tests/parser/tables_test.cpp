@@ -70,8 +70,8 @@ uint64_t Bits(double d) {
 TEST(ParseSections, FiveSectionsInFileOrder) {
   auto s = Sections({{0, "SECTION"},
                      {2, "HEADER"},
-                     {9, "$ACADVER"},
-                     {1, "AC1009"},
+                     {9, "$EXTMIN"},
+                     {10, "0"},
                      {0, "ENDSEC"},
                      {0, "SECTION"},
                      {2, "TABLES"},
