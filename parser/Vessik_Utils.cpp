@@ -54,7 +54,14 @@ void PumpMessages() {
   int32_t elapsed =
       static_cast<int32_t>(static_cast<uint32_t>(tick) - static_cast<uint32_t>(s.lastTick));
   if (elapsed >= 100) {
-    if (s.hook) s.hook();
+    // The host's messages are the host's affair: nothing they raise may end a
+    // parse, and the pump also runs while the drawing is being freed.
+    if (s.hook) {
+      try {
+        s.hook();
+      } catch (...) {
+      }
+    }
     s.lastTick = tick;
   }
 }
