@@ -24,7 +24,16 @@ Vessik_LwPolyline::~Vessik_LwPolyline() {
 }
 
 int32_t Vessik_LwPolyline::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) {
-  std::vector<Vessik_Point> vertices;
+  // The vertex list lives only during the read; one list per thread serves every
+  // polyline, so that reading allocates nothing per vertex or per polyline.
+  thread_local std::vector<Vessik_Point> vertices;
+  vertices.clear();
+  // A long polyline read once should not keep its list for the rest of the thread.
+  struct TrimList {
+    ~TrimList() {
+      if (vertices.capacity() > 4096) std::vector<Vessik_Point>().swap(vertices);
+    }
+  } trimList;
   bool closed = false;
   const int32_t last = ReadGroups(StartLine, [&](int32_t code, std::string_view value) {
     switch (code) {
@@ -99,6 +108,7 @@ void Vessik_LwPolyline::AddLine(int32_t Index, double X1, double Y1, double X2, 
 
 std::string Vessik_LwPolyline::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
   std::string result;
+  result.reserve(lines_.size() * 128);
   for (Vessik_Line& line : lines_) {
     result += line.Vessik_IEntity_ToString(Layers);
     PumpMessages();

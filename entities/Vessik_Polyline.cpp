@@ -176,6 +176,7 @@ std::string Vessik_Polyline::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
     }
   }
   std::string result;
+  result.reserve(lines_.size() * 128);
   for (Vessik_Line& line : lines_) {
     result += line.Vessik_IEntity_ToString(Layers);
     PumpMessages();
