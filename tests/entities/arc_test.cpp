@@ -308,3 +308,14 @@ TEST(Arc, TransformedArcCarriesOnlyThePlacedValues) {
 
 }  // namespace
 }  // namespace vessik
+
+namespace vessik {
+namespace {
+
+TEST(Arc, RecordLayout) {
+  EXPECT_EQ(Vessik_Arc::ToString(7, "L", 1, 65280, 1.5, -2, 0, 3, 10, 370),
+            "7\t66\tL\t1\t65280\t0\t0\t0\t0\t0\t0\t1.5\t-2\t0\t3\t10\t370\t\r\n");
+}
+
+}  // namespace
+}  // namespace vessik

@@ -221,3 +221,27 @@ TEST(Insert, FailingItemIsLeftOutOfTheText) {
 
 }  // namespace
 }  // namespace vessik
+
+namespace vessik {
+namespace {
+
+TEST(Insert, EmptyEntitiesSectionGivesARootWithAnEmptyCollection) {
+  test::TempFile f(test::Drawing({}));
+  Vessik_Parser::LoadDXF(f.Path());
+  auto sections = Vessik_Parser::ParseSections();
+  Vessik_Layers layers;
+  Vessik_Parser parser;
+  Vessik_CommonData data = test::TestData();
+  Vessik_Progress progress;
+  auto root = parser.ParseEntities(sections, {}, layers, &data, &progress);
+  ASSERT_TRUE(root);
+  ASSERT_TRUE(root->Entities);
+  EXPECT_EQ(root->Entities->Count(), 0);
+  EXPECT_EQ(root->Vessik_IEntity_Parent(), nullptr);
+  EXPECT_EQ(root->XScale(), 1);
+  EXPECT_EQ(root->Vessik_IEntity_ToString(layers), "");
+  root->Vessik_IEntity_Release();
+}
+
+}  // namespace
+}  // namespace vessik
