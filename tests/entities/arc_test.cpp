@@ -319,3 +319,20 @@ TEST(Arc, RecordLayout) {
 
 }  // namespace
 }  // namespace vessik
+
+namespace vessik {
+namespace {
+
+TEST(Arc, MirroringOfAHugeAngleEnds) {
+  auto rec = Records(ParseDrawing(ArcPairs(0, 0, 1, 1e15, 2e15, {{230, "-1"}})));
+  ASSERT_EQ(rec.size(), 1u);
+  const double sa = std::stod(rec[0][15]);
+  const double ea = std::stod(rec[0][16]);
+  EXPECT_GT(sa, 0);
+  EXPECT_LE(sa, 360);
+  EXPECT_GT(ea, 0);
+  EXPECT_LE(ea, 360);
+}
+
+}  // namespace
+}  // namespace vessik
