@@ -245,3 +245,40 @@ TEST(Insert, EmptyEntitiesSectionGivesARootWithAnEmptyCollection) {
 
 }  // namespace
 }  // namespace vessik
+
+namespace vessik {
+namespace {
+
+TEST(Insert, ReleaseWithoutEntitiesFailsWithItsOwnNumber) {
+  Vessik_Insert ins;
+  Vessik_Layers layers;
+  EXPECT_EQ(ins.Vessik_IEntity_Color(layers), 0);
+  try {
+    ins.Vessik_IEntity_Release();
+    FAIL() << "no failure";
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), static_cast<int32_t>(0x80040064u));
+    EXPECT_EQ(e.Source(), "Rendak.Vessik_Insert.Vessik_IEntity_Release");
+    EXPECT_EQ(e.Description(), "Vessik_Insert component failure");
+  }
+}
+
+TEST(Insert, RepeatAndExtrusionGroupsHaveNoEffect) {
+  auto rec = Records(ParseDrawing({{0, "INSERT"},
+                                   {2, "B"},
+                                   {10, "5"},
+                                   {70, "3"},
+                                   {71, "2"},
+                                   {44, "10"},
+                                   {45, "10"},
+                                   {210, "0"},
+                                   {220, "0"},
+                                   {230, "-1"}},
+                                  {{"0", 7}}, test::Block("B", kLine)));
+  ASSERT_EQ(rec.size(), 1u);
+  EXPECT_EQ(rec[0][5], "6");
+  EXPECT_EQ(rec[0][6], "2");
+}
+
+}  // namespace
+}  // namespace vessik
