@@ -3,6 +3,7 @@
 #include "entities/EntityFactory.h"
 #include "entities/Vessik_Entity.h"
 #include "geometry/Vessik_Math.h"
+#include "parser/LargeMemory.h"
 #include "parser/Vessik_Concat.h"
 #include "parser/Vessik_Error.h"
 #include "parser/Vessik_Progress.h"
@@ -105,6 +106,7 @@ std::unique_ptr<Vessik_Entities> Vessik_Insert::ReadEntities(
         if (progress_ == nullptr) RaisePlatformError(errnum::ObjectNotSet);
         progress_->DoProgress(RoundToLong(percent / 2.0 + 50));
       }
+      if (oneShot_ && percent > lastPercent) GroupPairs().ReleaseRead(StartLine, i);
       lastPercent = percent;
       if (progress_ == nullptr) RaisePlatformError(errnum::ObjectNotSet);
       if (progress_->IsCanceled()) {
@@ -136,6 +138,7 @@ std::string Vessik_Insert::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
     const int32_t count = Entities->Count();
     const double step = 100.0 / count;
     int32_t lastPercent = 0;
+    int32_t trimmedPercent = 0;
     for (int32_t k = 1; k <= count; ++k) {
       int32_t percent = lastPercent;
       try {
@@ -150,6 +153,15 @@ std::string Vessik_Insert::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
         Vessik_IEntity* item = Entities->Item(k).get();
         if (item != nullptr) buffer.Concat(item->Vessik_IEntity_ToString(Layers));
       } catch (...) {
+      }
+      if (oneShot_) {
+        Entities->Item(k).reset();
+        // The freed objects would stay with the allocator while the text grows
+        // elsewhere: hand their pages back as printing advances.
+        if (percent > trimmedPercent) {
+          trimmedPercent = percent;
+          ReturnFreedMemory();
+        }
       }
       PumpMessages();
     }

@@ -33,6 +33,11 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
 
   void Progress(Vessik_Progress* value) { progress_ = value; }
 
+  // For a drawing that is read once and printed once, as Parse2 does: the memory of
+  // the pairs walked past at the top level, and of each top-level item once its
+  // text is made, goes at once, so that a large drawing never holds all three.
+  void OneShot(bool value) { oneShot_ = value; }
+
   // Builds the entities of the pairs StartLine to EndLine, with Parent as their
   // parent, expanding every block reference through its block. Level is the
   // nesting of the references that the new objects stand in (0 at the root).
@@ -81,6 +86,7 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
 
   Vessik_IParent* parent_ = nullptr;
   Vessik_Progress* progress_ = nullptr;
+  bool oneShot_ = false;
   double x_ = 0, y_ = 0, z_ = 0;
   double xScale_ = 1, yScale_ = 1, zScale_ = 1;
   double rotation_ = 0;

@@ -1,5 +1,6 @@
 #include "parser/FileBytes.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -13,6 +14,9 @@
 
 #ifdef __linux__
 #include <sys/mman.h>
+#endif
+#ifdef __GLIBC__
+#include <malloc.h>
 #endif
 
 namespace vessik {
@@ -43,6 +47,35 @@ void* AllocateLarge(size_t size) {
 
 void FreeLarge(void* block) noexcept {
   std::free(block);
+}
+
+void AdviseHugePages(void* block, size_t size) noexcept {
+#ifdef __linux__
+  uintptr_t begin = (reinterpret_cast<uintptr_t>(block) + kHugePage - 1) & ~(kHugePage - 1);
+  uintptr_t end = (reinterpret_cast<uintptr_t>(block) + size) & ~(kHugePage - 1);
+  if (end > begin) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_HUGEPAGE);
+#else
+  (void)block;
+  (void)size;
+#endif
+}
+
+void ReturnFreedMemory() noexcept {
+#ifdef __GLIBC__
+  malloc_trim(0);
+#endif
+}
+
+void ReleasePages(void* begin, void* end) noexcept {
+#ifdef __linux__
+  constexpr uintptr_t kPage = 4096;
+  uintptr_t b = (reinterpret_cast<uintptr_t>(begin) + kPage - 1) & ~(kPage - 1);
+  uintptr_t e = reinterpret_cast<uintptr_t>(end) & ~(kPage - 1);
+  if (e > b) madvise(reinterpret_cast<void*>(b), e - b, MADV_DONTNEED);
+#else
+  (void)begin;
+  (void)end;
+#endif
 }
 
 FileBytes::FileBytes(size_t size) : block_(Allocate(size)), data_(block_), size_(size) {}

@@ -15,6 +15,16 @@ const GroupPairTable::WideEntry& GroupPairTable::Wide(int32_t i) const {
   return wide_.find(i)->second;
 }
 
+void GroupPairTable::ReleaseRead(int32_t from, int32_t to) {
+  if (from < 0 || to < from || static_cast<size_t>(to) >= entries_.size()) return;
+  Entry* first = entries_.data() + from;
+  Entry* last = entries_.data() + to;
+  char* bytesBegin = bytes_.data() + first->offset;
+  char* bytesEnd = bytes_.data() + last->offset;
+  ReleasePages(first, last);
+  ReleasePages(bytesBegin, bytesEnd);
+}
+
 void GroupPairTable::Clear() {
   wide_.clear();
   bytes_ = FileBytes();

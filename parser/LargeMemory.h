@@ -15,6 +15,18 @@ namespace vessik {
 void* AllocateLarge(size_t size);
 void FreeLarge(void* block) noexcept;
 
+// Asks for huge pages in the whole 2 MB pages of a large block that someone else
+// allocated; does nothing where that is not available.
+void AdviseHugePages(void* block, size_t size) noexcept;
+
+// Gives back the memory of the whole pages inside [begin, end) of a large block:
+// its content is no longer needed (it would read as zeros).
+void ReleasePages(void* begin, void* end) noexcept;
+
+// Hands the free pages of the general allocator back to the system, where the
+// allocator can do that.
+void ReturnFreedMemory() noexcept;
+
 // A growable array of a trivially copyable type in large-block storage.
 template <class T>
 class LargeArray {
@@ -41,6 +53,7 @@ class LargeArray {
 
   size_t size() const { return size_; }
   const T& operator[](size_t i) const { return data_[i]; }
+  T* data() { return data_; }
   void reserve(size_t n) {
     if (n <= capacity_) return;
     T* fresh = static_cast<T*>(AllocateLarge(n * sizeof(T)));

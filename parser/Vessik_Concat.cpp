@@ -2,15 +2,21 @@
 
 #include <cstring>
 
+#include "parser/LargeMemory.h"
+
 namespace vessik {
 
 void Vessik_Concat::Concat(std::string_view text) {
   int64_t end = pos_ + static_cast<int64_t>(text.size());
   if (end > capacity_) {
-    buffer_.append(static_cast<size_t>(end), ' ');
-    capacity_ = static_cast<int64_t>(buffer_.size());
+    // The storage grows by the new length again, so appending stays linear. It is
+    // only reserved, not filled: memory that is never written costs nothing.
+    buffer_.reserve(static_cast<size_t>(capacity_ + end));
+    capacity_ = static_cast<int64_t>(buffer_.capacity());
+    if (capacity_ >= (int64_t{8} << 20)) AdviseHugePages(buffer_.data(), buffer_.capacity());
   }
-  if (!text.empty()) std::memcpy(buffer_.data() + (pos_ - 1), text.data(), text.size());
+  buffer_.resize(static_cast<size_t>(pos_ - 1));
+  buffer_.append(text);
   pos_ = end;
 }
 

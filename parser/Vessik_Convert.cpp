@@ -113,6 +113,27 @@ bool IsDigit(int c) {
 }  // namespace
 
 double ReadNumber(std::string_view text, bool commaIsPoint) {
+  // Most values are plain decimals ("-12.5"): read those directly.
+  if (!text.empty() && text.size() < 40) {
+    size_t i = text[0] == '-' ? 1 : 0;
+    size_t digits = 0;
+    bool point = false;
+    for (; i < text.size(); ++i) {
+      const char c = text[i];
+      if (c >= '0' && c <= '9') {
+        ++digits;
+      } else if (c == '.' && !point) {
+        point = true;
+      } else {
+        break;
+      }
+    }
+    if (i == text.size() && digits > 0) {
+      double value = 0;
+      auto r = std::from_chars(text.data(), text.data() + text.size(), value);
+      if (r.ec == std::errc() && r.ptr == text.data() + text.size()) return value;
+    }
+  }
   Filtered in(text, commaIsPoint);
   int c = in.Peek();
   if (c == '&') {
@@ -299,6 +320,61 @@ std::string_view DecimalSeparator() {
   return sep;
 }
 
+namespace {
+
+// Splits to_chars' scientific form "[-]d.ddde[+-]x" into digits and exponent.
+void SplitScientific(const char* begin, const char* end, char* digits, int& count, int& exp10,
+                     bool& negative) {
+  const char* p = begin;
+  negative = *p == '-';
+  if (negative) ++p;
+  count = 0;
+  for (; p < end && *p != 'e'; ++p) {
+    if (*p != '.') digits[count++] = *p;
+  }
+  ++p;  // the 'e'
+  const bool expNegative = *p == '-';
+  exp10 = 0;
+  for (++p; p < end; ++p) exp10 = exp10 * 10 + (*p - '0');
+  if (expNegative) exp10 = -exp10;
+}
+
+// The value rounded to 15 significant digits, as %.15G rounds it, trailing zeros
+// removed. The shortest form that reads back as the value is the closest of its
+// length; with 15 digits or fewer it is already the rounded value. With 17 digits
+// no 15-digit midpoint can lie between it and the value (that midpoint would be a
+// shorter form that reads back), so rounding its digits gives the same result;
+// with 16 digits the same holds unless its last digit is 5, when it may be the
+// midpoint itself. That case, and subnormal values, are rounded from the exact
+// binary value instead.
+void RoundTo15Digits(double value, char* digits, int& count, int& exp10, bool& negative) {
+  char buf[48];
+  auto res = std::to_chars(buf, buf + sizeof(buf), value, std::chars_format::scientific);
+  SplitScientific(buf, res.ptr, digits, count, exp10, negative);
+  const bool subnormal = std::fabs(value) < std::numeric_limits<double>::min();
+  if (count > 15 && !subnormal && !(count == 16 && digits[15] == '5')) {
+    const bool up =
+        count == 16 ? digits[15] > '5' : (digits[15] - '0') * 10 + (digits[16] - '0') > 50;
+    count = 15;
+    if (up) {
+      int k = 14;
+      while (k >= 0 && digits[k] == '9') digits[k--] = '0';
+      if (k >= 0) {
+        ++digits[k];
+      } else {
+        digits[0] = '1';
+        ++exp10;
+      }
+    }
+  } else if (count > 15 || subnormal) {
+    res = std::to_chars(buf, buf + sizeof(buf), value, std::chars_format::scientific, 14);
+    SplitScientific(buf, res.ptr, digits, count, exp10, negative);
+  }
+  while (count > 1 && digits[count - 1] == '0') --count;
+}
+
+}  // namespace
+
 void AppendDouble(std::string& out, double value) {
   if (std::isnan(value)) {
     out += "nan";
@@ -312,65 +388,60 @@ void AppendDouble(std::string& out, double value) {
     out += '0';
     return;
   }
-  char buf[64];
-  auto res = std::to_chars(buf, buf + sizeof(buf), value, std::chars_format::scientific);
-  // Significant digits of the shortest form; at most 15 of them are kept, and a
-  // longer shortest form is rounded to 15 digits instead.
-  auto split = [&](const char* end, char* digits, int& count, int& exp10, bool& negative) {
-    const char* p = buf;
-    negative = *p == '-';
-    if (negative) ++p;
-    count = 0;
-    for (; p < end && *p != 'e'; ++p) {
-      if (*p != '.') digits[count++] = *p;
-    }
-    exp10 = 0;
-    std::from_chars(p + 1 + (p[1] == '+' ? 1 : 0), end, exp10);
-  };
-  char digits[32];
+  // Whole numbers of at most 15 digits are their own 15-digit form.
+  if (std::fabs(value) < 1e15 && std::trunc(value) == value) {
+    char buf[24];
+    auto r = std::to_chars(buf, buf + sizeof(buf), static_cast<int64_t>(value));
+    out.append(buf, r.ptr);
+    return;
+  }
+  // The significant digits of the value rounded to 15 of them, and its decimal
+  // exponent.
+  char digits[17];
   int count = 0;
   int exp10 = 0;
   bool negative = false;
-  split(res.ptr, digits, count, exp10, negative);
-  // The shortest form of a normal double with at most 15 digits is also its value
-  // rounded to 15 digits; a subnormal has fewer bits than 15 digits need, so its
-  // shortest form can be shorter than the rounded one.
-  if (count > 15 || std::fabs(value) < std::numeric_limits<double>::min()) {
-    res = std::to_chars(buf, buf + sizeof(buf), value, std::chars_format::scientific, 14);
-    split(res.ptr, digits, count, exp10, negative);
-    while (count > 1 && digits[count - 1] == '0') --count;
-  }
+  RoundTo15Digits(value, digits, count, exp10, negative);
+
   std::string_view sep = DecimalSeparator();
-  if (negative) out += '-';
+  char o[64];
+  size_t n = 0;
+  auto put = [&](const char* s, size_t len) {
+    std::memcpy(o + n, s, len);
+    n += len;
+  };
+  if (negative) o[n++] = '-';
   if (exp10 < -4 || exp10 >= 15) {
-    out += digits[0];
+    o[n++] = digits[0];
     if (count > 1) {
-      out += sep;
-      out.append(digits + 1, count - 1);
+      put(sep.data(), sep.size());
+      put(digits + 1, static_cast<size_t>(count - 1));
     }
-    out += 'E';
-    out += exp10 < 0 ? '-' : '+';
-    int e = exp10 < 0 ? -exp10 : exp10;
-    if (e < 10) out += '0';
-    char ebuf[8];
-    auto er = std::to_chars(ebuf, ebuf + sizeof(ebuf), e);
-    out.append(ebuf, er.ptr);
+    o[n++] = 'E';
+    o[n++] = exp10 < 0 ? '-' : '+';
+    int ex = exp10 < 0 ? -exp10 : exp10;
+    if (ex >= 100) o[n++] = static_cast<char>('0' + ex / 100);
+    o[n++] = static_cast<char>('0' + ex / 10 % 10);
+    o[n++] = static_cast<char>('0' + ex % 10);
   } else if (exp10 >= 0) {
-    int whole = exp10 + 1;
+    const int whole = exp10 + 1;
     if (count <= whole) {
-      out.append(digits, count);
-      out.append(static_cast<size_t>(whole - count), '0');
+      put(digits, static_cast<size_t>(count));
+      std::memset(o + n, '0', static_cast<size_t>(whole - count));
+      n += static_cast<size_t>(whole - count);
     } else {
-      out.append(digits, whole);
-      out += sep;
-      out.append(digits + whole, count - whole);
+      put(digits, static_cast<size_t>(whole));
+      put(sep.data(), sep.size());
+      put(digits + whole, static_cast<size_t>(count - whole));
     }
   } else {
-    out += '0';
-    out += sep;
-    out.append(static_cast<size_t>(-exp10 - 1), '0');
-    out.append(digits, count);
+    o[n++] = '0';
+    put(sep.data(), sep.size());
+    std::memset(o + n, '0', static_cast<size_t>(-exp10 - 1));
+    n += static_cast<size_t>(-exp10 - 1);
+    put(digits, static_cast<size_t>(count));
   }
+  out.append(o, n);
 }
 
 std::string DoubleToText(double value) {

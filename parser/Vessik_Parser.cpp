@@ -62,7 +62,14 @@ std::string Vessik_Parser::RunStages(const std::string& TheFile, Vessik_CommonDa
   SetLayers(layers);
   std::vector<Vessik_Block> blocks = ParseBlocks(sections);
   root_.reset();
-  root_ = ParseEntities(sections, blocks, layers_, Data, Progress);
+  oneShot_ = true;
+  try {
+    root_ = ParseEntities(sections, blocks, layers_, Data, Progress);
+  } catch (...) {
+    oneShot_ = false;
+    throw;
+  }
+  oneShot_ = false;
   // Nothing reads the pairs after the entities are built: their memory goes now,
   // before the text is made.
   GroupPairs().Clear();
@@ -189,6 +196,7 @@ std::unique_ptr<Vessik_Insert> Vessik_Parser::ParseEntities(
   const Vessik_Section& section = Sections[static_cast<size_t>(idx)];
   auto root = std::make_unique<Vessik_Insert>();
   root->Progress(Progress);
+  root->OneShot(oneShot_);
   root->Entities =
       root->ReadEntities(section.BeginLine, section.EndLine, root.get(), Data, Blocks, Layers);
   if (Progress == nullptr) RaisePlatformError(errnum::ObjectNotSet);

@@ -54,6 +54,8 @@ class Vessik_Parser {
 
   std::unique_ptr<Vessik_Insert> root_;
   Vessik_Layers layers_;
+  // Set while Parse2 builds the drawing that it prints once and drops.
+  bool oneShot_ = false;
 };
 
 }  // namespace vessik
