@@ -127,6 +127,7 @@ std::string Vessik_Insert::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
   // Every statement here runs with failures ignored: an item that cannot be
   // printed is left out, and the others still print.
   Vessik_Concat buffer;
+  if (textSizeHint_ > 0) buffer.Reserve(textSizeHint_);
   // Only the root has a progress object; on every other reference the report is a
   // failed call that goes unnoticed, so it is simply not made (a raised and caught
   // failure per printed item would cost more than the item).

@@ -37,6 +37,9 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
   // the pairs walked past at the top level, and of each top-level item once its
   // text is made, goes at once, so that a large drawing never holds all three.
   void OneShot(bool value) { oneShot_ = value; }
+  // Room reserved up front for the text. Reserved memory costs nothing until it is
+  // written, and regrowing a text of hundreds of megabytes would hold it twice.
+  void TextSizeHint(int64_t bytes) { textSizeHint_ = bytes; }
 
   // Builds the entities of the pairs StartLine to EndLine, with Parent as their
   // parent, expanding every block reference through its block. Level is the
@@ -87,6 +90,7 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
   Vessik_IParent* parent_ = nullptr;
   Vessik_Progress* progress_ = nullptr;
   bool oneShot_ = false;
+  int64_t textSizeHint_ = 0;
   double x_ = 0, y_ = 0, z_ = 0;
   double xScale_ = 1, yScale_ = 1, zScale_ = 1;
   double rotation_ = 0;

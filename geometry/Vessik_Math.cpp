@@ -117,9 +117,7 @@ int32_t ColorFromACI(int32_t Index) {
 }
 
 int32_t HandleToId(std::string_view Text) {
-  std::string text = "&H";
-  text.append(Text);
-  return RoundToLong(ReadNumber(text, false));
+  return RoundToLong(ReadHexNumber(Text));
 }
 
 double ArcTan2(double X, double Y) {

@@ -37,6 +37,9 @@ class GroupPairTable {
   }
   GroupPair operator[](int32_t i) const { return GroupPair{Code(i), Value(i)}; }
 
+  // Size of the file the pairs were read from.
+  size_t ByteCount() const { return bytes_.size(); }
+
   // Gives back the memory of the pairs from to to, which nobody reads again.
   void ReleaseRead(int32_t from, int32_t to);
 

@@ -20,6 +20,13 @@ void Vessik_Concat::Concat(std::string_view text) {
   pos_ = end;
 }
 
+void Vessik_Concat::Reserve(int64_t bytes) {
+  if (bytes <= capacity_) return;
+  buffer_.reserve(static_cast<size_t>(bytes));
+  capacity_ = static_cast<int64_t>(buffer_.capacity());
+  if (capacity_ >= (int64_t{8} << 20)) AdviseHugePages(buffer_.data(), buffer_.capacity());
+}
+
 std::string Vessik_Concat::TakeValue() {
   buffer_.resize(static_cast<size_t>(pos_ - 1));
   std::string result = std::move(buffer_);

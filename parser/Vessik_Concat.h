@@ -13,6 +13,8 @@ class Vessik_Concat {
   Vessik_Concat() { Clear(); }
   void Clear() { pos_ = 1; }
   void Concat(std::string_view text);
+  // Makes room for this many bytes at once.
+  void Reserve(int64_t bytes);
   // Number of characters (bytes) held.
   int64_t length() const { return pos_ - 1; }
   std::string value() const { return buffer_.substr(0, static_cast<size_t>(pos_ - 1)); }

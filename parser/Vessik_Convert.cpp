@@ -214,6 +214,11 @@ double ReadNumber(std::string_view text, bool commaIsPoint) {
   return DecimalToDouble(num.begin(), num.end(), magnitude);
 }
 
+double ReadHexNumber(std::string_view digits) {
+  Filtered in(digits, false);
+  return ReadRadix(in, 4);
+}
+
 namespace {
 
 bool IsBlankOrTab(char c) {

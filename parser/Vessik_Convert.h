@@ -16,6 +16,9 @@ namespace vessik {
 // as the decimal point.
 double ReadNumber(std::string_view text, bool commaIsPoint);
 
+// ReadNumber of "&H" followed by digits, without building that text.
+double ReadHexNumber(std::string_view digits);
+
 // Strict text to 32-bit integer: raises 13 for text that is no number and 6 for a
 // value out of range. Fractions are rounded half to even.
 int32_t TextToLong(std::string_view text);

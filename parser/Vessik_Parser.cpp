@@ -70,6 +70,7 @@ std::string Vessik_Parser::RunStages(const std::string& TheFile, Vessik_CommonDa
     throw;
   }
   oneShot_ = false;
+  if (root_) root_->TextSizeHint(static_cast<int64_t>(GroupPairs().ByteCount()) * 2);
   // Nothing reads the pairs after the entities are built: their memory goes now,
   // before the text is made.
   GroupPairs().Clear();
