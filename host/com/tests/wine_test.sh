@@ -65,6 +65,10 @@ case $mode in
     rm -rf "$work"
     mkdir -p "$work"
     "$VESSIK_WINE" wineboot --init >"$work/wineboot.log" 2>&1
+    # Wine's null display driver: windows (the message box, the pump's) exist
+    # without an X server.
+    "$VESSIK_WINE" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f \
+      >>"$work/wineboot.log" 2>&1
     "$VESSIK_WINE" regsvr32 /s "$dll"
     # Expected texts of the corpus drawings, made by the library natively.
     list="$work/drawings.lst"
