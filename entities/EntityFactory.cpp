@@ -1,6 +1,13 @@
 #include "entities/EntityFactory.h"
 
+#include "entities/Vessik_Arc.h"
+#include "entities/Vessik_Circle.h"
+#include "entities/Vessik_Ellipse.h"
 #include "entities/Vessik_Insert.h"
+#include "entities/Vessik_Line.h"
+#include "entities/Vessik_LwPolyline.h"
+#include "entities/Vessik_Polyline.h"
+#include "entities/Vessik_Spline.h"
 
 namespace vessik {
 
@@ -15,6 +22,20 @@ int KeywordIndex(std::string_view value) {
 
 std::unique_ptr<Vessik_IEntity> CreateEntity(int keywordIndex) {
   switch (keywordIndex) {
+    case 0:
+      return std::make_unique<Vessik_Line>();
+    case 1:
+      return std::make_unique<Vessik_Circle>();
+    case 2:
+      return std::make_unique<Vessik_Arc>();
+    case 3:
+      return std::make_unique<Vessik_LwPolyline>();
+    case 4:
+      return std::make_unique<Vessik_Polyline>();
+    case 5:
+      return std::make_unique<Vessik_Ellipse>();
+    case 6:
+      return std::make_unique<Vessik_Spline>();
     case 7:
       return std::make_unique<Vessik_Insert>();
     default:

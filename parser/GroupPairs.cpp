@@ -11,9 +11,14 @@ const GroupPairTable::Entry& GroupPairTable::At(int32_t i) const {
   return entries_[static_cast<size_t>(i)];
 }
 
+const GroupPairTable::WideEntry& GroupPairTable::Wide(int32_t i) const {
+  return wide_.find(i)->second;
+}
+
 void GroupPairTable::Clear() {
-  std::string().swap(bytes_);
-  std::vector<Entry>().swap(entries_);
+  wide_.clear();
+  bytes_ = FileBytes();
+  entries_ = LargeArray<Entry>();
 }
 
 void GroupPairTable::Reset(size_t expectedPairs) {
@@ -22,7 +27,14 @@ void GroupPairTable::Reset(size_t expectedPairs) {
 }
 
 void GroupPairTable::Add(int32_t code, size_t offset, size_t length) {
-  entries_.push_back(Entry{code, static_cast<uint32_t>(offset), static_cast<uint32_t>(length)});
+  const bool wideCode = code <= kWide || code > INT16_MAX;
+  const bool longValue = length >= kLong;
+  if (wideCode || longValue) {
+    wide_[static_cast<int32_t>(entries_.size())] = WideEntry{code, static_cast<uint32_t>(length)};
+  }
+  entries_.push_back(Entry{static_cast<uint32_t>(offset),
+                           wideCode ? kWide : static_cast<int16_t>(code),
+                           longValue ? kLong : static_cast<uint16_t>(length)});
 }
 
 void GroupPairTable::Assign(const std::vector<std::pair<int32_t, std::string>>& pairs) {
@@ -34,7 +46,7 @@ void GroupPairTable::Assign(const std::vector<std::pair<int32_t, std::string>>& 
     Add(p.first, offset, p.second.size());
     offset += p.second.size();
   }
-  AdoptBytes(std::move(bytes));
+  AdoptBytes(FileBytes(bytes));
 }
 
 GroupPairTable& GroupPairs() {

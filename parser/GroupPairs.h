@@ -5,8 +5,12 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
+
+#include "parser/FileBytes.h"
+#include "parser/LargeMemory.h"
 
 namespace vessik {
 
@@ -22,10 +26,14 @@ class GroupPairTable {
   int32_t UBound() const { return Count() - 1; }
 
   // The code and the value at index i; an index outside the table raises 9.
-  int32_t Code(int32_t i) const { return At(i).code; }
+  int32_t Code(int32_t i) const {
+    const Entry& e = At(i);
+    return e.code != kWide ? e.code : Wide(i).code;
+  }
   std::string_view Value(int32_t i) const {
     const Entry& e = At(i);
-    return std::string_view(bytes_.data() + e.offset, e.length);
+    size_t length = e.length != kLong ? e.length : Wide(i).length;
+    return std::string_view(bytes_.data() + e.offset, length);
   }
   GroupPair operator[](int32_t i) const { return GroupPair{Code(i), Value(i)}; }
 
@@ -35,21 +43,31 @@ class GroupPairTable {
   // Building: the pairs as offsets into the file's bytes, then the bytes.
   void Reset(size_t expectedPairs);
   void Add(int32_t code, size_t offset, size_t length);
-  void AdoptBytes(std::string&& bytes) { bytes_ = std::move(bytes); }
+  void AdoptBytes(FileBytes&& bytes) { bytes_ = std::move(bytes); }
 
   // Replaces the table with these pairs (for tests and tools).
   void Assign(const std::vector<std::pair<int32_t, std::string>>& pairs);
 
  private:
+  // Eight bytes a pair: the table is as large as the file itself. A code outside
+  // 16 bits or a value of 65535 bytes or more goes to the side table.
   struct Entry {
-    int32_t code;
     uint32_t offset;
+    int16_t code;
+    uint16_t length;
+  };
+  struct WideEntry {
+    int32_t code;
     uint32_t length;
   };
+  static constexpr int16_t kWide = INT16_MIN;
+  static constexpr uint16_t kLong = UINT16_MAX;
   const Entry& At(int32_t i) const;
+  const WideEntry& Wide(int32_t i) const;
 
-  std::string bytes_;
-  std::vector<Entry> entries_;
+  FileBytes bytes_;
+  LargeArray<Entry> entries_;
+  std::unordered_map<int32_t, WideEntry> wide_;
 };
 
 // The table of this thread.

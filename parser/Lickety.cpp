@@ -1,25 +1,47 @@
 #include "parser/Lickety.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <system_error>
 
-#include "parser/Vessik_Error.h"
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace vessik {
+namespace {
+
+// Bit k set where p[k] == c, for the n (at most 64) bytes at p.
+uint64_t MatchMask(const char* p, size_t n, char c) {
+  uint64_t mask = 0;
+#if defined(__SSE2__)
+  if (n == 64) {
+    const __m128i needle = _mm_set1_epi8(c);
+    for (int k = 0; k < 4; ++k) {
+      __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 16 * k));
+      uint32_t bits = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(chunk, needle)));
+      mask |= static_cast<uint64_t>(bits) << (16 * k);
+    }
+    return mask;
+  }
+#endif
+  for (size_t k = 0; k < n; ++k) {
+    if (p[k] == c) mask |= uint64_t{1} << k;
+  }
+  return mask;
+}
+
+}  // namespace
 
 int64_t Lickety::ChooseBlockSize(int64_t Remaining) {
   return Remaining > 3276800 ? Remaining / 50 : 65536;
 }
 
-Lickety::Lines::Lines(std::string&& bytes, int64_t BlockSize, std::string_view LineDelim)
+Lickety::Lines::Lines(FileBytes&& bytes, int64_t BlockSize, std::string_view LineDelim)
     : bytes_(std::move(bytes)), delim_(LineDelim) {
   const size_t size = bytes_.size();
   if (delim_.empty()) {
     // No delimiter: the whole text is one line.
-    end_ = 0;
     keepTail_ = size > 0;
     return;
   }
@@ -32,45 +54,56 @@ Lickety::Lines::Lines(std::string&& bytes, int64_t BlockSize, std::string_view L
   const size_t lastStart = size - lastSize;
   // The last delimiter of the file, found from its end.
   size_t lastEnd = 0;  // 0: none
+  const char* data = bytes_.data();
   for (size_t p = size; p >= delim_.size(); --p) {
-    if (std::memcmp(bytes_.data() + p - delim_.size(), delim_.data(), delim_.size()) == 0) {
+    if (std::memcmp(data + p - delim_.size(), delim_.data(), delim_.size()) == 0) {
       lastEnd = p;
       break;
     }
   }
   end_ = lastEnd;
-  // A delimiter is seen in the last block when its last byte lies there.
+  // A delimiter counts for the last block when its last byte lies there.
   const bool lastBlockHasDelimiter = lastEnd > 0 && lastEnd - 1 >= lastStart;
   keepTail_ = !lastBlockHasDelimiter && lastEnd < size;
+}
+
+size_t Lickety::Lines::FindLast() {
+  const char c = delim_.back();
+  for (;;) {
+    if (!scanned_) {
+      blockBase_ = pos_ & ~size_t{63};
+      mask_ = MatchMask(bytes_.data() + blockBase_, std::min<size_t>(64, end_ - blockBase_), c);
+      scanned_ = true;
+    }
+    // Positions in front of pos_ are spent.
+    size_t skip = pos_ > blockBase_ ? pos_ - blockBase_ : 0;
+    uint64_t live = skip >= 64 ? 0 : mask_ & (~uint64_t{0} << skip);
+    if (live != 0) return blockBase_ + static_cast<size_t>(std::countr_zero(live));
+    if (blockBase_ + 64 >= end_) return end_;
+    blockBase_ += 64;
+    mask_ = MatchMask(bytes_.data() + blockBase_, std::min<size_t>(64, end_ - blockBase_), c);
+  }
 }
 
 bool Lickety::Lines::Next(std::string_view& line) {
   if (done_) return false;
   const char* data = bytes_.data();
-  if (pos_ < end_) {
-    size_t found;
-    if (delim_.size() == 1) {
-      const void* hit = std::memchr(data + pos_, delim_[0], end_ - pos_);
-      found = static_cast<const char*>(hit) - data;
-    } else {
-      // Non-overlapping occurrences from left to right; for CR LF look for LF and
-      // check the byte in front of it.
-      found = pos_;
-      const char last = delim_.back();
-      const size_t n = delim_.size();
-      for (;;) {
-        const void* hit = std::memchr(data + found + n - 1, last, end_ - (found + n - 1));
-        size_t at = static_cast<const char*>(hit) - data;
-        if (std::memcmp(data + at + 1 - n, delim_.data(), n) == 0) {
-          found = at + 1 - n;
-          break;
-        }
-        found = at + 2 - n;
+  const size_t n = delim_.size();
+  while (pos_ < end_) {
+    // Occurrences are taken from left to right without overlap: look for the
+    // delimiter's last byte and check the bytes in front of it.
+    size_t from = pos_;
+    for (;;) {
+      size_t at = FindLast();
+      if (at >= end_) break;
+      if (at + 1 >= from + n && std::memcmp(data + at + 1 - n, delim_.data(), n) == 0) {
+        line = std::string_view(data + from, at + 1 - n - from);
+        pos_ = at + 1;
+        return true;
       }
+      pos_ = at + 1;  // not a delimiter: search on behind it
     }
-    line = std::string_view(data + pos_, found - pos_);
-    pos_ = found + delim_.size();
-    return true;
+    pos_ = end_;
   }
   done_ = true;
   if (keepTail_) {
@@ -82,36 +115,21 @@ bool Lickety::Lines::Next(std::string_view& line) {
 
 size_t Lickety::Lines::MaxLines() const {
   if (delim_.empty()) return 1;
-  const char last = delim_.back();
-  return static_cast<size_t>(std::count(bytes_.begin(), bytes_.end(), last)) + 1;
-}
-
-std::string Lickety::ReadFileBytes(const std::string& FileName) {
-  std::filesystem::path path(
-      std::u8string(reinterpret_cast<const char8_t*>(FileName.data()), FileName.size()));
-  std::error_code ec;
-  auto status = std::filesystem::status(path, ec);
-  if (FileName.empty() || !std::filesystem::exists(status)) {
-    RaisePlatformError(errnum::FileNotFound);
+  const char c = delim_.back();
+  size_t count = 0;
+  const char* data = bytes_.data();
+  for (size_t base = 0; base < end_; base += 64) {
+    count += static_cast<size_t>(
+        std::popcount(MatchMask(data + base, std::min<size_t>(64, end_ - base), c)));
   }
-  if (std::filesystem::is_directory(status)) RaisePlatformError(errnum::PathFileAccess);
-  std::ifstream in(path, std::ios::binary);
-  if (!in) RaisePlatformError(errnum::PathFileAccess);
-  in.seekg(0, std::ios::end);
-  std::streamoff size = in.tellg();
-  if (size < 0) RaisePlatformError(errnum::PathFileAccess);
-  in.seekg(0, std::ios::beg);
-  std::string bytes;
-  bytes.resize(static_cast<size_t>(size));
-  if (size > 0 && !in.read(bytes.data(), size)) RaisePlatformError(errnum::PathFileAccess);
-  return bytes;
+  return count + 1;
 }
 
 std::vector<std::string> Lickety::SplitFile(const std::string& FileName, int32_t BlockSize,
                                             std::string_view LineDelim, bool Unicode,
                                             bool SkipBOM) {
-  std::string bytes = ReadFileBytes(FileName);
-  if (Unicode && SkipBOM) bytes.erase(0, std::min<size_t>(2, bytes.size()));
+  FileBytes bytes = FileBytes::ReadFile(FileName);
+  if (Unicode && SkipBOM) bytes.DropFront(2);
   Lines lines(std::move(bytes), BlockSize, LineDelim);
   std::vector<std::string> result;
   std::string_view line;

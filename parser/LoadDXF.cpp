@@ -49,7 +49,7 @@ int32_t ReadGroupCode(std::string_view line) {
 }  // namespace
 
 void Vessik_Parser::LoadDXF(const std::string& TheFile) {
-  std::string bytes = Lickety::ReadFileBytes(TheFile);
+  FileBytes bytes = FileBytes::ReadFile(TheFile);
   // The head of at most 1001 bytes: an empty file cannot size it.
   if (bytes.empty()) RaisePlatformError(errnum::SubscriptOutOfRange);
   if (bytes.size() > std::numeric_limits<uint32_t>::max()) {

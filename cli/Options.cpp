@@ -1,0 +1,77 @@
+#include "cli/Options.h"
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+namespace vessik::cli {
+
+namespace {
+
+Vessik_CommonData DefaultSettings() {
+  Vessik_CommonData data;
+  data.Tolerance = kDefaultTolerance;
+  data.Check = kDefaultCheck;
+  data.ArcMaximumDeviationFactor = kDefaultArcMaxDeviation;
+  data.ArcMinimumSegmentLengthFactor = kDefaultArcMinSegmentLength;
+  data.ArcMaximumSegmentLengthFactor = kDefaultArcMaxSegmentLength;
+  data.InitialSegments = kDefaultInitialSegments;
+  return data;
+}
+
+}  // namespace
+
+ParseResult ParseCommandLine(int argc, char** argv) {
+  ParseResult result;
+  Options& o = result.options;
+  o.settings = DefaultSettings();
+  Vessik_CommonData& s = o.settings;
+
+  CLI::App app{
+      "Reads a DXF drawing and prints it as plain geometry: one tab-separated record per\n"
+      "straight segment (83), arc (66) or circle (75), in world coordinates, CR LF line ends.",
+      "vessik"};
+  app.set_version_flag("--version", std::string("vessik ") + VESSIK_VERSION);
+
+  app.add_option("DRAWING", o.drawing, "The DXF drawing to read")->required();
+  app.add_option("-o,--output", o.outputFile,
+                 "Write to FILE instead of standard output (only when the parse succeeds)")
+      ->type_name("FILE");
+  app.add_flag("--layers", o.layers,
+               "Print the drawing's layers instead of the records: name TAB colour number "
+               "TAB RGB value, one per line");
+  app.add_flag("--progress-values", o.progressValues,
+               "Write each progress value to standard error, one per line");
+
+  app.add_option("--tolerance", s.Tolerance,
+                 "Drawing units. Largest deviation of the arcs and lines that replace an "
+                 "ellipse or a spline; must be above 0 for drawings with ellipses")
+      ->capture_default_str();
+  app.add_option("--check", s.Check,
+                 "Checks of a spline before fitting: 0 none, 1 cut at knots where the "
+                 "tangent jumps (2 and 3 fail on splines with control points)")
+      ->capture_default_str();
+  app.add_option("--arc-max-deviation", s.ArcMaximumDeviationFactor,
+                 "Drawing units. Largest sagitta of the segments that replace an arc or a "
+                 "circle deformed by a non-uniform scale or a tilted extrusion")
+      ->capture_default_str();
+  app.add_option("--arc-min-segment-length", s.ArcMinimumSegmentLengthFactor,
+                 "Drawing units. Shortest such segment wished for (0: one-degree steps)")
+      ->capture_default_str();
+  app.add_option("--arc-max-segment-length", s.ArcMaximumSegmentLengthFactor,
+                 "Drawing units. Longest such segment wished for; wins over the shortest "
+                 "(0: one-degree steps)")
+      ->capture_default_str();
+  app.add_option("--initial-segments", s.InitialSegments,
+                 "Count. A spline's fitting never steps further than 1/N of its knot "
+                 "range (rounded half to even; 0 means 2)")
+      ->capture_default_str();
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& e) {
+    result.exitStatus = app.exit(e);
+  }
+  return result;
+}
+
+}  // namespace vessik::cli

@@ -1,0 +1,38 @@
+// The command line of the vessik tool: what the person asked for, and the
+// settings that go into the parse.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "parser/Vessik_CommonData.h"
+
+namespace vessik::cli {
+
+// Defaults for a person at a terminal, in drawing units where a unit applies.
+inline constexpr double kDefaultTolerance = 0.01;
+inline constexpr int32_t kDefaultCheck = 0;
+inline constexpr double kDefaultArcMaxDeviation = 0.01;
+inline constexpr double kDefaultArcMinSegmentLength = 0.1;
+inline constexpr double kDefaultArcMaxSegmentLength = 10.0;
+inline constexpr double kDefaultInitialSegments = 4.0;
+
+struct Options {
+  std::string drawing;
+  std::string outputFile;  // empty: standard output
+  bool layers = false;
+  bool progressValues = false;
+  Vessik_CommonData settings;
+};
+
+// Parses the arguments. Returns the options, or the exit status when the tool is
+// done already: --help, --version or a usage error, whose message CLI11 printed.
+struct ParseResult {
+  Options options;
+  std::optional<int> exitStatus;
+};
+
+ParseResult ParseCommandLine(int argc, char** argv);
+
+}  // namespace vessik::cli

@@ -1,0 +1,44 @@
+// vessik: reads a DXF drawing and prints the text of Vessik_Parser::Parse2.
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include "cli/Options.h"
+#include "cli/Output.h"
+#include "cli/ProgressReport.h"
+#include "parser/parser.h"
+
+namespace vessik::cli {
+
+namespace {
+
+int Run(const Options& options) {
+  Vessik_Progress progress;
+  ProgressReport report(progress, options.progressValues,
+                        !options.progressValues && StandardErrorIsTerminal());
+  try {
+    Vessik_Parser parser;
+    Vessik_CommonData settings = options.settings;
+    std::string text = parser.Parse2(options.drawing, settings, progress);
+    report.Finish();
+    if (options.layers) text = LayersText(parser.Layers());
+    WriteOutput(text, options.outputFile);
+    return 0;
+  } catch (...) {
+    const Vessik_Error error = CurrentErrorAsVessik();
+    report.Finish();
+    std::fputs(ErrorLine(error).c_str(), stderr);
+    std::fflush(stderr);
+    return 1;
+  }
+}
+
+}  // namespace
+
+}  // namespace vessik::cli
+
+int main(int argc, char** argv) {
+  const vessik::cli::ParseResult parsed = vessik::cli::ParseCommandLine(argc, argv);
+  if (parsed.exitStatus) return *parsed.exitStatus;
+  return vessik::cli::Run(parsed.options);
+}

@@ -1,0 +1,276 @@
+#include "entities/Vessik_Arc.h"
+
+#include <cmath>
+
+#include "geometry/Vessik_Aaa.h"
+#include "geometry/Vessik_Math.h"
+#include "parser/Vessik_CommonData.h"
+#include "parser/Vessik_Convert.h"
+#include "parser/Vessik_Error.h"
+#include "parser/Vessik_Utils.h"
+
+namespace vessik {
+
+Vessik_Arc::~Vessik_Arc() {
+  PumpMessages();
+}
+
+int32_t Vessik_Arc::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) {
+  // Extrusion components below 0.001 in size count as 0, each by itself; the vector
+  // is not normalised.
+  auto extrusion = [](std::string_view value) {
+    double v = ParseDouble(value);
+    return std::fabs(v) < 0.001 ? 0.0 : v;
+  };
+  return ReadGroups(StartLine, [&](int32_t code, std::string_view value) {
+    switch (code) {
+      case 5:
+        Id = HandleToId(value);
+        break;
+      case 8:
+        Layer = LayerIndex(Layers, value);
+        break;
+      case 62:
+        ReadColor(Color, value);
+        break;
+      case 10:
+        CX = ParseDouble(value);
+        break;
+      case 20:
+        CY = ParseDouble(value);
+        break;
+      case 30:
+        CZ = ParseDouble(value);
+        break;
+      case 40:
+        R = ParseDouble(value);
+        break;
+      case 50:
+        SA = ParseDouble(value);
+        break;
+      case 51:
+        EA = ParseDouble(value);
+        break;
+      case 210:
+        ExtrX = extrusion(value);
+        break;
+      case 220:
+        ExtrY = extrusion(value);
+        break;
+      case 230:
+        ExtrZ = extrusion(value);
+        break;
+      default:
+        break;
+    }
+  });
+}
+
+void Vessik_Arc::Vessik_IEntity_Init(Vessik_CommonData* Data) {
+  if (Data == nullptr) RaisePlatformError(errnum::ObjectNotSet);
+  ArcMaximumDeviationFactor = Data->ArcMaximumDeviationFactor;
+  ArcMinimumSegmentLengthFactor = Data->ArcMinimumSegmentLengthFactor;
+  ArcMaximumSegmentLengthFactor = Data->ArcMaximumSegmentLengthFactor;
+}
+
+std::string Vessik_Arc::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
+  double sx, sy, sz;
+  AbsScales(parent_, sx, sy, sz);
+  // Signed and exact: a mirroring scale (-1, 1, 1) counts as non-uniform.
+  const bool cut = !IsAxisComponent(ExtrX) || !IsAxisComponent(ExtrY) || !IsAxisComponent(ExtrZ) ||
+                   sx != sy || sy != sz;
+  return cut ? SegmentsToString(Layers) : ArcToString(Layers);
+}
+
+std::string Vessik_Arc::SegmentsToString(Vessik_Layers& Layers) {
+  // Cut in object coordinates with the unscaled radius, then extrusion, then the
+  // block chain: the deviation of the output scales with the chain.
+  const Vessik_Point N(ExtrX, ExtrY, ExtrZ);
+  std::vector<Vessik_Line> L = Arc2Polyline();
+  Vessik_Aaa aaa;
+  for (Vessik_Line& line : L) {
+    Vessik_Point O;
+    aaa.trans(O, Vessik_Point(line.X1, line.Y1, line.Z1), N);
+    O = O.rot_sca_abs(parent_);
+    line.X1 = O.X;
+    line.Y1 = O.Y;
+    line.Z1 = O.Z;
+    aaa.trans(O, Vessik_Point(line.X2, line.Y2, line.Z2), N);
+    O = O.rot_sca_abs(parent_);
+    line.X2 = O.X;
+    line.Y2 = O.Y;
+    line.Z2 = O.Z;
+    PumpMessages();
+  }
+  std::string result;
+  for (Vessik_Line& line : L) {
+    // The segments have no parent: they print as they stand.
+    result += line.Vessik_IEntity_ToString(Layers);
+    PumpMessages();
+  }
+  return result;
+}
+
+std::string Vessik_Arc::ArcToString(Vessik_Layers& Layers) {
+  Vessik_Arc T = Arc2TransformedArc();
+  // A mirroring extrusion mirrors the placed arc by a change of sign, after the
+  // block chain, and swaps the angles since mirroring reverses the direction. A
+  // full circle (0 to 360 as read) is left alone, centre included.
+  const bool full = SA == 0 && EA == 360;
+  if (ExtrX == -1 && !full) {
+    T.CY = -T.CY;
+    double s = AddTurnsUntilPositive(-T.SA);
+    double e = AddTurnsUntilPositive(-T.EA);
+    T.SA = e;
+    T.EA = s;
+  }
+  if (ExtrY == -1 && !full) T.CZ = -T.CZ;
+  if (ExtrZ == -1 && !full) {
+    T.CX = -T.CX;
+    double s = AddTurnsUntilPositive((90 - T.SA) + 90);
+    double e = AddTurnsUntilPositive((90 - T.EA) + 90);
+    T.SA = e;
+    T.EA = s;
+  }
+  return ToString(Id, Vessik_IEntity_LayerName(Layers), Layer, Vessik_IEntity_Color(Layers), T.CX,
+                  T.CY, T.CZ, T.R, T.SA, T.EA);
+}
+
+Vessik_Arc Vessik_Arc::Arc2TransformedArc() const {
+  const Vessik_Point P = Vessik_Point(CX, CY, CZ).rot_sca_abs(parent_);
+  Vessik_Arc T;
+  T.CX = P.X;
+  T.CY = P.Y;
+  T.CZ = P.Z;
+  // Only uniform scales come here, so XScale stands for all three, sign included.
+  T.R = AbsXScale(R, parent_);
+  T.SA = AbsRotation(SA, parent_);
+  T.EA = AbsRotation(EA, parent_);
+  return T;
+}
+
+std::vector<Vessik_Line> Vessik_Arc::Arc2Polyline() const {
+  std::vector<Vessik_Line> L;
+  double a = SA;
+  double e = EA;
+  if (e < a) e = e + 360;
+  const double step = StepAngle(e - a, R, ArcMaximumDeviationFactor, ArcMinimumSegmentLengthFactor,
+                                ArcMaximumSegmentLengthFactor);
+  Vessik_Point prev;
+  for (int32_t i = 0; !(a > e); ++i) {
+    Vessik_Point Q(std::cos(Deg2Rad(a)) * R + CX, std::sin(Deg2Rad(a)) * R + CY, CZ);
+    if (i > 0) {
+      if (i > kMaxSegments) RaisePlatformError(errnum::OutOfMemory);
+      Vessik_Line& line = L.emplace_back();
+      line.X1 = prev.X;
+      line.Y1 = prev.Y;
+      line.Z1 = prev.Z;
+      line.X2 = Q.X;
+      line.Y2 = Q.Y;
+      line.Z2 = Q.Z;
+      line.Id = Id;
+      line.Layer = Layer;
+      line.Color = Color;
+    }
+    prev = Q;
+    if (a == e) break;
+    // An angle that is not a number ends the run after its first point.
+    if (std::isnan(a) || std::isnan(e)) break;
+    double next = a + step;
+    // A step that does not advance the angle (too small to count, or not a
+    // number) jumps to the end angle, so that the run always ends.
+    if (!(next > a)) next = e;
+    a = next;
+    if (a > e) a = e;
+  }
+  return L;
+}
+
+double Vessik_Arc::StepAngle(double Angle, double R, double MaxDev, double MinLength,
+                             double MaxLength) {
+  if (MaxDev > R) MaxDev = R;
+  const double L = (R * 6.28318530717958) * (Angle / 360);
+  if (R <= 0 || MinLength <= 0 || MaxLength <= 0) return 1.0;
+  // Most segments that stay no shorter than MinLength, fewest near MaxLength.
+  int32_t nMax = CeilToLong(L / MinLength);
+  int32_t nMin = RoundToLong(L / MaxLength);
+  // Half the angle and the chord of a segment whose sagitta is MaxDev.
+  const double h = ArcCos((R - MaxDev) / R);
+  const double s = (R - MaxDev) * 2 * std::tan(h);
+  if (s <= 0) return 1.0;
+  int32_t n = CeilToLong(L / s);
+  if (n > nMax) n = nMax;
+  // Last, so that MaxLength wins over MinLength.
+  if (n < nMin) n = nMin;
+  return Angle / n;
+}
+
+Vessik_Point Vessik_Arc::Point2Plane(double PtX, double PtY, double ExtrX, double ExtrY,
+                                     double ExtrZ) {
+  double a = ArcSin(ExtrX);
+  const double b = ArcSin(ExtrY);
+  if (ExtrZ < 0) {
+    if (a > 0) {
+      a = Pi - a;
+    } else {
+      a = a - Pi;
+    }
+  }
+  const Vessik_Point Q(std::cos(a) * PtX, PtY, (PtX * -1.0) * std::sin(a));
+  return Vessik_Point(Q.X, std::cos(b) * Q.Y - std::sin(b) * Q.Z,
+                      std::sin(b) * Q.Y + std::cos(b) * Q.Z);
+}
+
+std::string Vessik_Arc::ToString(int32_t Id, std::string_view LayerName, int32_t LayerId,
+                                 int32_t LayerColor, double CX, double CY, double CZ, double R,
+                                 double SA, double EA) {
+  std::string s;
+  s.reserve(LayerName.size() + 160);
+  AppendLong(s, Id);
+  s += "\t66\t";
+  s += LayerName;
+  s += '\t';
+  AppendLong(s, LayerId);
+  s += '\t';
+  AppendLong(s, LayerColor);
+  s += "\t0\t0\t0\t0\t0\t0";
+  for (double v : {CX, CY, CZ, R, SA, EA}) {
+    s += '\t';
+    AppendDouble(s, v);
+  }
+  s += "\t\r\n";
+  return s;
+}
+
+double AddTurnsUntilPositive(double v) {
+  // Within one binary exponent range of v every addition of 360 adds the same
+  // rounded amount, so a long run of additions there is one exact multiplication.
+  // Only the steps near a range boundary are taken one by one; the result is the
+  // one the plain loop would give, without its run time for very large angles.
+  constexpr double kTurn = 360;
+  double lastStep = 0;
+  int lastExp = 0;
+  while (!(v > 0)) {
+    const double n = v + kTurn;
+    if (std::isnan(n) || n == v) break;
+    int expBefore = 0;
+    std::frexp(v, &expBefore);
+    const double d = n - v;
+    v = n;
+    if (v > 0) break;
+    int expAfter = 0;
+    std::frexp(v, &expAfter);
+    if (d == lastStep && expBefore == expAfter && lastExp == expAfter) {
+      // Every value down to the boundary of this range takes the step d; stop two
+      // steps short of it so that no exact sum falls across the boundary.
+      const double boundary = -std::ldexp(1.0, expAfter - 1);
+      const double j = std::floor((boundary - v) / d) - 2;
+      if (j > 0) v = v + j * d;
+    }
+    lastStep = d;
+    lastExp = expBefore;
+  }
+  return v;
+}
+
+}  // namespace vessik

@@ -1,0 +1,115 @@
+#include "entities/Vessik_Circle.h"
+
+#include <cmath>
+
+#include "geometry/Vessik_Math.h"
+#include "geometry/Vessik_Point.h"
+#include "parser/Vessik_Convert.h"
+#include "parser/Vessik_Utils.h"
+
+namespace vessik {
+
+Vessik_Circle::~Vessik_Circle() {
+  PumpMessages();
+}
+
+int32_t Vessik_Circle::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) {
+  auto extrusion = [](std::string_view value) {
+    double v = ParseDouble(value);
+    return std::fabs(v) < 0.001 ? 0.0 : v;
+  };
+  return ReadGroups(StartLine, [&](int32_t code, std::string_view value) {
+    switch (code) {
+      case 5:
+        Id = HandleToId(value);
+        break;
+      case 8:
+        Layer = LayerIndex(Layers, value);
+        break;
+      case 62:
+        ReadColor(Color, value);
+        break;
+      case 10:
+        CX = ParseDouble(value);
+        break;
+      case 20:
+        CY = ParseDouble(value);
+        break;
+      case 30:
+        CZ = ParseDouble(value);
+        break;
+      case 40:
+        R = ParseDouble(value);
+        break;
+      case 210:
+        ExtrX = extrusion(value);
+        break;
+      case 220:
+        ExtrY = extrusion(value);
+        break;
+      case 230:
+        ExtrZ = extrusion(value);
+        break;
+      default:
+        break;
+    }
+  });
+}
+
+std::string Vessik_Circle::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
+  double sx, sy, sz;
+  AbsScales(parent_, sx, sy, sz);
+  // Scales compared without their signs: a mirroring reference keeps a circle.
+  const bool toArc = std::fabs(sy) != std::fabs(sx) || std::fabs(sz) != std::fabs(sy) ||
+                     !IsAxisComponent(ExtrX) || !IsAxisComponent(ExtrY) || !IsAxisComponent(ExtrZ);
+  if (toArc) return Circle2Arc().Vessik_IEntity_ToString(Layers);
+  // The centre goes in at Z 0 and the record carries the circle's own CZ: the block
+  // chain does not reach the Z of a circle record.
+  Vessik_Point C = Vessik_Point(CX, CY, 0).rot_sca_abs(parent_);
+  const double r = std::fabs(AbsXScale(R, parent_));
+  if (ExtrX == -1) C.Y = -C.Y;
+  if (ExtrY == -1) C.Z = -C.Z;
+  if (ExtrZ == -1) C.X = -C.X;
+  return ToString(Id, Vessik_IEntity_LayerName(Layers), Layer, Vessik_IEntity_Color(Layers), C.X,
+                  C.Y, CZ, r);
+}
+
+Vessik_Arc Vessik_Circle::Circle2Arc() const {
+  Vessik_Arc A;
+  A.CX = CX;
+  A.CY = CY;
+  A.CZ = CZ;
+  A.R = R;
+  A.SA = 0;
+  A.EA = 360;
+  A.ExtrX = ExtrX;
+  A.ExtrY = ExtrY;
+  A.ExtrZ = ExtrZ;
+  A.Id = Id;
+  A.Layer = Layer;
+  A.Color = Color;
+  A.Vessik_IEntity_Parent(parent_);
+  A.Vessik_IEntity_Init(data_);
+  return A;
+}
+
+std::string Vessik_Circle::ToString(int32_t Id, std::string_view LayerName, int32_t LayerId,
+                                    int32_t LayerColor, double CX, double CY, double CZ, double R) {
+  std::string s;
+  s.reserve(LayerName.size() + 200);
+  AppendLong(s, Id);
+  s += "\t75\t";
+  s += LayerName;
+  s += '\t';
+  AppendLong(s, LayerId);
+  s += '\t';
+  AppendLong(s, LayerColor);
+  for (double v : {CX - R, CY - R, CZ, CX + R, CY + R, CZ, CX, CY, CZ, R}) {
+    s += '\t';
+    AppendDouble(s, v);
+  }
+  s += "\t0\t0\t\r\n";
+  return s;
+}
+
+}  // namespace vessik

@@ -1,0 +1,170 @@
+#include "spline/Vessik_BSpline.h"
+
+#include "geometry/Vessik_Math.h"
+#include "parser/Vessik_Error.h"
+#include "parser/Vessik_Utils.h"
+#include "spline/Vessik_CurvePointValid.h"
+
+namespace vessik {
+
+namespace {
+
+// A bisection over ordered knots ends long before this; only knots out of order
+// keep it going.
+constexpr int32_t kMaxBisectionSteps = 200;
+
+[[noreturn]] void RaiseInvalidSpan() {
+  RaiseError(errnum::InvalidSpan, "", "Invalid span variable.");
+}
+
+}  // namespace
+
+void Vessik_BSpline::Init(int32_t IniDegree, const std::vector<double>& IniKnots,
+                          const std::vector<Vessik_Point>& IniHCPoints) {
+  Degree = IniDegree;
+  Knots = IniKnots;
+  HCPoints = IniHCPoints;
+}
+
+double Vessik_BSpline::Knot(int32_t i) const {
+  if (i < 0 || i > LastKnot()) RaisePlatformError(errnum::SubscriptOutOfRange);
+  return Knots[static_cast<size_t>(i)];
+}
+
+int32_t Vessik_BSpline::findspan(double u) {
+  const int32_t p = Degree;
+  const int32_t m = LastKnot();
+  // At the very last knot the span is one below that of a clamped curve's end:
+  // the march never evaluates there, and the value is relied on as it is.
+  if (u == Knot(m)) return m - p - 2;
+  if (u < Knot(p)) {
+    CurvePointValid() = false;
+    return p;
+  }
+  int32_t low = p;
+  int32_t high = m;
+  int32_t mid = (low + high) / 2;
+  if (!(u >= Knot(0) && u <= Knot(m))) RaiseInvalidSpan();
+  int32_t steps = 0;
+  while (!(u >= Knot(mid) && u < Knot(mid + 1))) {
+    if (++steps > kMaxBisectionSteps) RaiseInvalidSpan();
+    if (u < Knot(mid)) {
+      high = mid;
+    } else {
+      low = mid;
+    }
+    mid = (low + high) / 2;
+    PumpMessages();
+  }
+  return mid;
+}
+
+const Vessik_Array2D& Vessik_BSpline::ders_basis_functions(int32_t span, double u, int32_t n) {
+  const int32_t p = Degree;
+  const int32_t m = LastKnot();
+  Vessik_Array2D& ndu = ndu_;
+  Vessik_Array2D& a = a_;
+  Vessik_Array2D& ders = ders_;
+  ndu.Reset(p + 1, p + 1);
+  a.Reset(2, p + 1);
+  ders.Reset(n + 1, p + 1);
+  const size_t sides = p + 2 > 0 ? static_cast<size_t>(p + 2) : 0;
+  left_.assign(sides, 0.0);
+  right_.assign(sides, 0.0);
+  std::vector<double>& left = left_;
+  std::vector<double>& right = right_;
+
+  ndu(0, 0) = 1;
+  for (int32_t j = 1; j <= p; ++j) {
+    const size_t sj = static_cast<size_t>(j);
+    // Past the end of the knots the last knot stands in, and the point is marked.
+    if (span - j + 1 <= m) {
+      left[sj] = u - Knot(span - j + 1);
+    } else {
+      left[sj] = u - Knot(m);
+      CurvePointValid() = false;
+    }
+    if (span + j <= m) {
+      right[sj] = Knot(span + j) - u;
+    } else {
+      right[sj] = Knot(m) - u;
+      CurvePointValid() = false;
+    }
+    double saved = 0;
+    for (int32_t r = 0; r <= j - 1; ++r) {
+      const size_t r1 = static_cast<size_t>(r + 1);
+      const size_t jr = static_cast<size_t>(j - r);
+      ndu(j, r) = right[r1] + left[jr];
+      double temp = ndu(r, j - 1) / ndu(j, r);
+      ndu(r, j) = saved + right[r1] * temp;
+      saved = left[jr] * temp;
+    }
+    ndu(j, j) = saved;
+  }
+  for (int32_t j = 0; j <= p; ++j) ders(0, j) = ndu(j, p);
+
+  for (int32_t r = 0; r <= p; ++r) {
+    int32_t s1 = 0;
+    int32_t s2 = 1;
+    a(0, 0) = 1;
+    for (int32_t k = 1; k <= n; ++k) {
+      double d = 0;
+      int32_t rk = r - k;
+      int32_t pk = p - k;
+      if (r >= k) {
+        a(s2, 0) = a(s1, 0) / ndu(pk + 1, rk);
+        d = a(s2, 0) * ndu(rk, pk);
+      }
+      int32_t j1 = rk < -1 ? -rk : 1;
+      int32_t j2 = r - 1 <= pk ? k - 1 : p - r;
+      for (int32_t j = j1; j <= j2; ++j) {
+        a(s2, j) = (a(s1, j) - a(s1, j - 1)) / ndu(pk + 1, rk + j);
+        d = d + a(s2, j) * ndu(rk + j, pk);
+      }
+      if (r <= pk) {
+        a(s2, k) = -a(s1, k - 1) / ndu(pk + 1, r);
+        d = d + a(s2, k) * ndu(r, pk);
+      }
+      ders(k, r) = d;
+      int32_t t = s1;
+      s1 = s2;
+      s2 = t;
+    }
+  }
+
+  double f = p;
+  for (int32_t k = 1; k <= n; ++k) {
+    for (int32_t j = 0; j <= p; ++j) ders(k, j) = ders(k, j) * f;
+    f = f * (p - k);
+  }
+  return ders;
+}
+
+const Vessik_Array2D& Vessik_BSpline::bspline_ders_evaluate(int32_t n, double u) {
+  const int32_t p = Degree;
+  Vessik_Array2D& CK = ck_;
+  CK.Reset(n + 1, 3);
+  int32_t span = findspan(u);
+  const Vessik_Array2D& nders = ders_basis_functions(span, u, n);
+  const int32_t du = static_cast<int32_t>(MinOf(n, p));
+  const int32_t upper = static_cast<int32_t>(HCPoints.size()) - 1;
+  for (int32_t k = 0; k <= du; ++k) {
+    for (int32_t j = 0; j <= p; ++j) {
+      for (int32_t c = 0; c <= 2; ++c) {
+        int32_t i = span - p + j;
+        if (i > upper) {
+          CurvePointValid() = false;
+          continue;
+        }
+        // Below the first point (only at the very last knot) the term is left out.
+        if (i < 0) continue;
+        const Vessik_Point& P = HCPoints[static_cast<size_t>(i)];
+        double cp = c == 0 ? P.X : (c == 1 ? P.Y : P.Z);
+        CK(k, c) = CK(k, c) + cp * nders(k, j);
+      }
+    }
+  }
+  return CK;
+}
+
+}  // namespace vessik

@@ -1,0 +1,45 @@
+// Non-rational B-spline evaluation: knot span search, basis functions with their
+// derivatives, and the curve with its derivatives at one parameter. Rational
+// curves come here in homogeneous form (x*w, y*w, w) and are divided afterwards.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "geometry/Vessik_Point.h"
+#include "spline/Vessik_Array2D.h"
+
+namespace vessik {
+
+class Vessik_BSpline {
+ public:
+  void Init(int32_t IniDegree, const std::vector<double>& IniKnots,
+            const std::vector<Vessik_Point>& IniHCPoints);
+
+  // Row k holds the k-th derivative of the homogeneous curve (X, Y, weight) at u.
+  // The array is owned by the evaluator and overwritten by the next call.
+  const Vessik_Array2D& bspline_ders_evaluate(int32_t n, double u);
+  int32_t findspan(double u);
+  // Row k, column j: k-th derivative of the j-th basis function of the span.
+  // Owned by the evaluator, overwritten by the next call.
+  const Vessik_Array2D& ders_basis_functions(int32_t span, double u, int32_t n);
+
+ private:
+  // A knot by index; an index outside the vector raises 9.
+  double Knot(int32_t i) const;
+  int32_t LastKnot() const { return static_cast<int32_t>(Knots.size()) - 1; }
+
+  int32_t Degree = 0;
+  std::vector<double> Knots;
+  std::vector<Vessik_Point> HCPoints;
+
+  // Work arrays, refilled with 0 at every call.
+  Vessik_Array2D ndu_;
+  Vessik_Array2D a_;
+  Vessik_Array2D ders_;
+  std::vector<double> left_;
+  std::vector<double> right_;
+  Vessik_Array2D ck_;
+};
+
+}  // namespace vessik

@@ -1,0 +1,210 @@
+#include "spline/Vessik_BiArc.h"
+
+#include <cmath>
+
+#include "geometry/Vessik_ArcGeo.h"
+#include "geometry/Vessik_LineGeo.h"
+#include "geometry/Vessik_Math.h"
+#include "parser/Vessik_Error.h"
+
+namespace vessik {
+
+void Vessik_BiArc::Release() {
+  for (const Vessik_Geo& g : Geos) g.Release();
+  Parent = nullptr;
+}
+
+void Vessik_BiArc::Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessik_Color>& pColor) {
+  Id = pId;
+  Layer = pLayer;
+  Color = pColor;
+  Valid = true;
+  Geos = Vessik_Collection<Vessik_Geo>();
+
+  double a = 0;
+  get_chord(a);
+  double alpha = 0;
+  double beta = 0;
+  get_shape(a, Tana, Tanb, 0.0001, alpha, beta);
+  if (l < 0.000000001) {
+    Shape = "Zero";
+    return;
+  }
+  if (Shape == "LineGeo") {
+    AddLine();
+    return;
+  }
+  double r1 = 0;
+  double r2 = 0;
+  get_radii(alpha, beta, Teta, r1, r2);
+  // Radii this large are flat enough to be a line.
+  if (std::abs(r1) > 500000 || std::abs(r2) > 500000) {
+    Shape = "LineGeo";
+    AddLine();
+    return;
+  }
+  // Both radii exactly 0: get_radii's signal for a degenerate angle sum.
+  if (r1 == 0 && r2 == 0) {
+    Shape = "LineGeo";
+    AddLine();
+    return;
+  }
+  // Only both radii small together drop the piece; one small radius still builds.
+  if (std::abs(r1) < 0.0005 && std::abs(r2) < 0.0005) {
+    Shape = "Zero";
+    return;
+  }
+
+  Vessik_Point O1;
+  Vessik_Point O2;
+  Vessik_Point J;
+  get_centers(r1, r2, Tana, Teta, O1, O2, J);
+  double sa1 = 0;
+  double ea1 = 0;
+  double sa2 = 0;
+  double ea2 = 0;
+  get_arc_angles(Pa, O1, J, sa1, ea1);
+  get_arc_angles(J, O2, Pb, sa2, ea2);
+
+  // The angle between tangent and radius, brought into (-Pi, Pi]: about +Pi/2
+  // for a counter-clockwise arc, about -Pi/2 for a clockwise one.
+  auto direction = [](double d) {
+    double m = FloatMod(d, -6.28318530717958);
+    int32_t n = CeilToLong(m / 3.14159265358979);
+    return m - n * 6.28318530717958;
+  };
+
+  auto first = std::make_shared<Vessik_ArcGeo>();
+  first->Pa = Pa;
+  first->Pe = J;
+  first->O = O1;
+  first->R = std::abs(r1);
+  first->SA = sa1;
+  first->EA = ea1;
+  first->Vessik_IEntity_Parent(Parent);
+  first->Init(Id, Layer, Color, direction(Tana - sa1));
+  Geos.Add(Vessik_Geo(first));
+
+  auto second = std::make_shared<Vessik_ArcGeo>();
+  second->Pa = J;
+  second->Pe = Pb;
+  second->O = O2;
+  second->R = std::abs(r2);
+  second->SA = sa2;
+  second->EA = ea2;
+  second->Vessik_IEntity_Parent(Parent);
+  second->Init(Id, Layer, Color, direction(Tanb - ea2));
+  Geos.Add(Vessik_Geo(second));
+}
+
+void Vessik_BiArc::AddLine() {
+  auto line = std::make_shared<Vessik_LineGeo>();
+  line->Pa = Pa;
+  line->Pe = Pb;
+  line->Vessik_IEntity_Parent(Parent);
+  line->Init(Id, Layer, Color);
+  Geos.Add(Vessik_Geo(line));
+}
+
+void Vessik_BiArc::get_chord(double& a) {
+  a = Pa.NormAngle(Pb);
+  l = Pa.Distance(Pb);
+}
+
+void Vessik_BiArc::get_shape(double a, double TanA, double TanB, double Tol, double& alpha,
+                             double& beta) {
+  alpha = a - TanA;
+  beta = TanB - a;
+  norm_tangent_angles(alpha, beta);
+  if (alpha * beta > 0) {
+    // Both tangents turn the same way.
+    Shape = "C-shaped";
+    Teta = alpha;
+  } else if (!(std::abs(alpha - beta) >= Tol)) {
+    // Both angles close to 0: the tangents lie along the chord. A difference that
+    // is not a number counts as below Tol.
+    Shape = "LineGeo";
+    Teta = alpha;
+  } else {
+    Shape = "S-shaped";
+    Teta = (3 * alpha - beta) / 2;
+  }
+}
+
+void Vessik_BiArc::norm_tangent_angles(double& alpha, double& beta) {
+  if (alpha < -3.14159265358979) alpha = alpha + TwoPi;
+  if (alpha > Pi) alpha = alpha - TwoPi;
+  if (beta < -3.14159265358979) beta = beta + TwoPi;
+  if (beta > Pi) beta = beta - TwoPi;
+  // Only alpha moves. A step that no longer changes alpha (a huge angle) ends the
+  // loop instead of running forever.
+  while (alpha - beta > Pi) {
+    double next = alpha - TwoPi;
+    if (next == alpha) break;
+    alpha = next;
+  }
+  while (alpha - beta < -Pi) {
+    double next = alpha + TwoPi;
+    if (next == alpha) break;
+    alpha = next;
+  }
+}
+
+void Vessik_BiArc::get_radii(double alpha, double beta, double theta, double& r1,
+                             double& r2) const {
+  if (alpha + beta == 0 || theta == 0 || alpha + beta - theta == 0) {
+    r1 = 0;
+    r2 = 0;
+    return;
+  }
+  double h = l / (2 * std::sin((alpha + beta) / 2));
+  r1 = h * std::sin((beta - alpha + theta) / 2) / std::sin(theta / 2);
+  r2 = h * std::sin((2 * alpha - theta) / 2) / std::sin((alpha + beta - theta) / 2);
+}
+
+void Vessik_BiArc::get_centers(double r1, double r2, double T, double theta, Vessik_Point& O1,
+                               Vessik_Point& O2, Vessik_Point& J) const {
+  O1 = Vessik_Point(Pa.X - r1 * std::sin(T), Pa.Y + r1 * std::cos(T), 0);
+  J = Vessik_Point(Pa.X + r1 * (std::sin(T + theta) - std::sin(T)),
+                   Pa.Y + r1 * (std::cos(T) - std::cos(T + theta)), 0);
+  O2 = Vessik_Point(J.X - r2 * std::sin(T + theta), J.Y + r2 * std::cos(T + theta), 0);
+}
+
+void Vessik_BiArc::get_arc_angles(const Vessik_Point& P1, const Vessik_Point& O,
+                                  const Vessik_Point& P2, double& sa, double& ea) {
+  sa = O.NormAngle(P1);
+  ea = O.NormAngle(P2);
+}
+
+double Vessik_BiArc::get_biarc_fitting_error(const Vessik_Point& Pt) const {
+  double E = MostNegative;
+  try {
+    // A biarc with fewer than two items fails on the read of item 2, and the
+    // handler leaves with 0: a line or nothing always passes the fitting test.
+    const Vessik_Geo& g1 = Geos.Item(1);
+    const Vessik_Geo& g2 = Geos.Item(2);
+    const Vessik_ArcGeo* A1 = g1.Arc();
+    const Vessik_ArcGeo* A2 = g2.Arc();
+    if (A1 != nullptr && A2 != nullptr) {
+      double ang = A1->O.NormAngle(Pt);
+      double lo = MinOf(A1->SA, A1->EA);
+      double hi = MaxOf(A1->SA, A1->EA);
+      // Raw angles, blind to the wrap at +-Pi: a first arc across the negative X
+      // axis claims the opposite side of its circle.
+      const Vessik_ArcGeo* A = (lo <= ang && hi >= ang) ? A1 : A2;
+      E = std::abs(A->R) - A->O.Distance(Pt);
+    }
+  } catch (...) {
+    return 0;
+  }
+  return std::abs(E);
+}
+
+std::string Vessik_BiArc::ToString(Vessik_Layers& Layers) const {
+  std::string text;
+  if (!Valid) return text;
+  for (const Vessik_Geo& g : Geos) text += g.ToString(Layers);
+  return text;
+}
+
+}  // namespace vessik

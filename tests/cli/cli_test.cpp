@@ -1,0 +1,505 @@
+// Runs the built vessik tool and holds what it writes against what Parse2 gives
+// for the same drawing and settings.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "parser/parser.h"
+#include "support/TestSupport.h"
+
+extern char** environ;
+
+namespace vessik {
+namespace {
+
+#ifdef VESSIK_CLI_PATH
+constexpr const char* kTool = VESSIK_CLI_PATH;
+#else
+constexpr const char* kTool = nullptr;
+#endif
+
+const std::string kShapes = std::string(VESSIK_EXAMPLES_DIR) + "/shapes.dxf";
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// What one run of a program left behind.
+struct ToolRun {
+  int exitStatus = -1;
+  std::string out;
+  std::string err;
+};
+
+// A fresh folder for the files of one test, removed at its end.
+class TempDir {
+ public:
+  TempDir() {
+    std::string pattern = (std::filesystem::temp_directory_path() / "vessik-cli-XXXXXX").string();
+    std::vector<char> buf(pattern.begin(), pattern.end());
+    buf.push_back('\0');
+    if (::mkdtemp(buf.data()) != nullptr) path_ = buf.data();
+  }
+  ~TempDir() {
+    std::error_code ec;
+    if (!path_.empty()) std::filesystem::remove_all(path_, ec);
+  }
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+  std::string File(const std::string& name) const { return path_ + "/" + name; }
+
+ private:
+  std::string path_;
+};
+
+// Runs the tool with the arguments, standard output and error going to files.
+ToolRun RunTool(const std::vector<std::string>& args) {
+  ToolRun run;
+  TempDir dir;
+  const std::string outPath = dir.File("stdout");
+  const std::string errPath = dir.File("stderr");
+  std::vector<std::string> argv{kTool};
+  argv.insert(argv.end(), args.begin(), args.end());
+  std::vector<char*> cargv;
+  for (auto& a : argv) cargv.push_back(a.data());
+  cargv.push_back(nullptr);
+
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outPath.c_str(),
+                                   O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(),
+                                   O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  pid_t pid = 0;
+  const int rc = ::posix_spawn(&pid, kTool, &actions, nullptr, cargv.data(), environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (rc != 0) {
+    ADD_FAILURE() << "cannot start " << kTool;
+    return run;
+  }
+  int status = 0;
+  while (::waitpid(pid, &status, 0) < 0) {
+  }
+  run.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  run.out = ReadFile(outPath);
+  run.err = ReadFile(errPath);
+  return run;
+}
+
+// The failure line as the tool must write it.
+std::string ErrorLine(int32_t number, const std::string& description) {
+  char hex[16];
+  std::snprintf(hex, sizeof hex, "%08X", static_cast<unsigned>(static_cast<uint32_t>(number)));
+  return "vessik: error " + std::to_string(number) + " (0x" + hex + "): " + description + "\n";
+}
+
+// The settings the tool uses when no flag is given.
+Vessik_CommonData DefaultSettings() {
+  Vessik_CommonData d;
+  d.Tolerance = 0.01;
+  d.Check = 0;
+  d.ArcMaximumDeviationFactor = 0.01;
+  d.ArcMinimumSegmentLengthFactor = 0.1;
+  d.ArcMaximumSegmentLengthFactor = 10;
+  d.InitialSegments = 4;
+  return d;
+}
+
+// What the tool must do for this drawing and these settings, worked out in
+// process: the text and exit 0, or the failure line and exit 1.
+ToolRun Expected(const std::string& path, Vessik_CommonData settings, bool layers = false) {
+  ToolRun run;
+  Vessik_Parser parser;
+  Vessik_Progress progress;
+  try {
+    run.out = parser.Parse2(path, settings, progress);
+    run.exitStatus = 0;
+    if (layers) {
+      std::string text;
+      for (const auto& layer : parser.Layers()) {
+        text += layer->Name + "\t" + std::to_string(layer->Color->ColorACI()) + "\t" +
+                std::to_string(layer->Color->ColorRGB()) + "\n";
+      }
+      run.out = text;
+    }
+  } catch (const Vessik_Error& e) {
+    run.out.clear();
+    run.err = ErrorLine(e.Number(), e.Description());
+    run.exitStatus = 1;
+  }
+  return run;
+}
+
+void ExpectSame(const ToolRun& actual, const ToolRun& expected) {
+  EXPECT_EQ(actual.exitStatus, expected.exitStatus);
+  EXPECT_TRUE(actual.out == expected.out) << "the output differs from Parse2's text";
+  EXPECT_EQ(actual.out.size(), expected.out.size());
+  EXPECT_EQ(actual.err, expected.err);
+}
+
+class CliTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (kTool == nullptr) GTEST_SKIP() << "the tool is not built";
+  }
+};
+
+TEST_F(CliTest, ShapesWithDefaultsIsParse2Text) {
+  ExpectSame(RunTool({kShapes}), Expected(kShapes, DefaultSettings()));
+}
+
+TEST_F(CliTest, EverySettingReachesTheParse) {
+  Vessik_CommonData d;
+  d.Tolerance = 0.5;
+  d.Check = 1;
+  d.ArcMaximumDeviationFactor = 0.25;
+  d.ArcMinimumSegmentLengthFactor = 0.5;
+  d.ArcMaximumSegmentLengthFactor = 3;
+  d.InitialSegments = 7;
+  ExpectSame(RunTool({"--tolerance", "0.5", "--check", "1", "--arc-max-deviation", "0.25",
+                      "--arc-min-segment-length", "0.5", "--arc-max-segment-length", "3",
+                      "--initial-segments", "7", kShapes}),
+             Expected(kShapes, d));
+}
+
+// A drawing on which every setting counts: arcs deformed by a non-uniform scale,
+// an ellipse, and a spline with a corner at an inner knot.
+std::string SettingsDrawing() {
+  std::vector<std::pair<int, std::string>> e{{0, "INSERT"},
+                                             {5, "30"},
+                                             {8, "0"},
+                                             {2, "HOLE"},
+                                             {10, "50"},
+                                             {20, "0"},
+                                             {41, "3"},
+                                             {42, "1"},
+                                             {43, "1"},
+                                             {0, "ELLIPSE"},
+                                             {5, "31"},
+                                             {8, "0"},
+                                             {10, "0"},
+                                             {20, "40"},
+                                             {11, "30"},
+                                             {21, "10"},
+                                             {40, "0.3"},
+                                             {41, "0"},
+                                             {42, "6.283185307179586"},
+                                             {0, "SPLINE"},
+                                             {5, "32"},
+                                             {8, "0"},
+                                             {70, "8"},
+                                             {71, "3"},
+                                             {72, "11"},
+                                             {73, "7"}};
+  for (const char* k : {"0", "0", "0", "0", "1", "1", "1", "2", "2", "2", "2"})
+    e.push_back({40, k});
+  const std::vector<std::pair<const char*, const char*>> points{
+      {"0", "0"},   {"10", "30"},  {"20", "-10"}, {"40", "20"},
+      {"60", "50"}, {"70", "-20"}, {"90", "0"}};
+  for (const auto& [x, y] : points) {
+    e.push_back({10, x});
+    e.push_back({20, y});
+    e.push_back({30, "0"});
+  }
+  return test::Drawing(
+      e, {{"0", 7}},
+      {{0, "BLOCK"}, {2, "HOLE"}, {10, "0"}, {20, "0"}, {30, "0"},   {0, "CIRCLE"}, {5, "21"},
+       {8, "0"},     {10, "0"},   {20, "0"}, {40, "5"}, {0, "ARC"},  {5, "22"},     {8, "0"},
+       {10, "0"},    {20, "0"},   {40, "8"}, {50, "0"}, {51, "200"}, {0, "ENDBLK"}});
+}
+
+TEST_F(CliTest, EachFlagSetsItsOwnSetting) {
+  test::TempFile f(SettingsDrawing());
+  struct Variation {
+    const char* flag;
+    const char* value;
+    void (*apply)(Vessik_CommonData&);
+  };
+  const Variation variations[] = {
+      {"--tolerance", "0.2", [](Vessik_CommonData& d) { d.Tolerance = 0.2; }},
+      {"--check", "1", [](Vessik_CommonData& d) { d.Check = 1; }},
+      {"--arc-max-deviation", "0.5",
+       [](Vessik_CommonData& d) { d.ArcMaximumDeviationFactor = 0.5; }},
+      {"--arc-min-segment-length", "6",
+       [](Vessik_CommonData& d) { d.ArcMinimumSegmentLengthFactor = 6; }},
+      {"--arc-max-segment-length", "0.3",
+       [](Vessik_CommonData& d) { d.ArcMaximumSegmentLengthFactor = 0.3; }},
+      {"--initial-segments", "9", [](Vessik_CommonData& d) { d.InitialSegments = 9; }},
+  };
+  const ToolRun defaults = Expected(f.Path(), DefaultSettings());
+  ExpectSame(RunTool({f.Path()}), defaults);
+  for (const Variation& v : variations) {
+    SCOPED_TRACE(v.flag);
+    Vessik_CommonData d = DefaultSettings();
+    v.apply(d);
+    ExpectSame(RunTool({v.flag, v.value, f.Path()}), Expected(f.Path(), d));
+  }
+}
+
+TEST_F(CliTest, ZeroSettingsAreAccepted) {
+  // The arc factors at 0 give steps of one degree; no ellipse here, as a tolerance of
+  // 0 cannot fit one.
+  test::TempFile f(test::Drawing({{0, "ARC"},
+                                  {5, "1F"},
+                                  {8, "0"},
+                                  {10, "1"},
+                                  {20, "2"},
+                                  {40, "3"},
+                                  {50, "10"},
+                                  {51, "80"},
+                                  {0, "INSERT"},
+                                  {5, "20"},
+                                  {2, "B"},
+                                  {41, "2"},
+                                  {42, "1"}},
+                                 {{"0", 7}},
+                                 {{0, "BLOCK"},
+                                  {2, "B"},
+                                  {10, "0"},
+                                  {20, "0"},
+                                  {30, "0"},
+                                  {0, "CIRCLE"},
+                                  {5, "21"},
+                                  {10, "0"},
+                                  {20, "0"},
+                                  {40, "1"},
+                                  {0, "ENDBLK"}}));
+  Vessik_CommonData zero;
+  ExpectSame(RunTool({"--tolerance", "0", "--check", "0", "--arc-max-deviation", "0",
+                      "--arc-min-segment-length", "0", "--arc-max-segment-length", "0",
+                      "--initial-segments", "0", f.Path()}),
+             Expected(f.Path(), zero));
+}
+
+TEST_F(CliTest, NegativeAndExponentValuesAreAccepted) {
+  Vessik_CommonData d = DefaultSettings();
+  d.Tolerance = 0.002;
+  d.Check = -1;
+  d.ArcMaximumSegmentLengthFactor = -2.5;
+  ExpectSame(
+      RunTool({"--tolerance=2e-3", "--check", "-1", "--arc-max-segment-length", "-2.5", kShapes}),
+      Expected(kShapes, d));
+}
+
+TEST_F(CliTest, OutputFileHoldsTheTextAndStdoutStaysEmpty) {
+  TempDir dir;
+  const std::string out = dir.File("out.txt");
+  ToolRun run = RunTool({"-o", out, kShapes});
+  ToolRun expected = Expected(kShapes, DefaultSettings());
+  EXPECT_EQ(run.exitStatus, 0);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err, "");
+  EXPECT_TRUE(ReadFile(out) == expected.out);
+  ToolRun longForm = RunTool({"--output", out, kShapes});
+  EXPECT_EQ(longForm.exitStatus, 0);
+  EXPECT_TRUE(ReadFile(out) == expected.out);
+}
+
+TEST_F(CliTest, OutputFileIsNotWrittenOnFailure) {
+  TempDir dir;
+  const std::string out = dir.File("out.txt");
+  ToolRun run = RunTool({"-o", out, dir.File("missing.dxf")});
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_FALSE(std::filesystem::exists(out));
+}
+
+TEST_F(CliTest, UnwritableOutputFileFails) {
+  TempDir dir;
+  ToolRun run = RunTool({"-o", dir.File("no/such/folder/out.txt"), kShapes});
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err, ErrorLine(75, "Path/File access error"));
+}
+
+TEST_F(CliTest, LayersOfShapes) {
+  ToolRun run = RunTool({"--layers", kShapes});
+  EXPECT_EQ(run.exitStatus, 0);
+  EXPECT_EQ(run.err, "");
+  EXPECT_EQ(run.out,
+            "0\t7\t16777215\n"
+            "CONTOUR\t1\t255\n"
+            "HOLES\t5\t16711680\n"
+            "CURVES\t3\t65280\n"
+            "PARTS\t30\t33023\n");
+  ExpectSame(run, Expected(kShapes, DefaultSettings(), true));
+}
+
+TEST_F(CliTest, LayersIncludeThoseAddedByEntities) {
+  test::TempFile f(test::Drawing({{0, "INSERT"}, {5, "A"}, {8, "EXTRA"}, {2, "NONE"}},
+                                 {{"0", 7}, {"WALLS", -3}}));
+  ToolRun run = RunTool({"--layers", f.Path()});
+  EXPECT_EQ(run.exitStatus, 0);
+  EXPECT_EQ(run.out, "0\t7\t16777215\nWALLS\t-3\t65280\nEXTRA\t7\t16777215\n");
+  ExpectSame(run, Expected(f.Path(), DefaultSettings(), true));
+}
+
+TEST_F(CliTest, LayersWithOutputFile) {
+  TempDir dir;
+  const std::string out = dir.File("layers.txt");
+  ToolRun run = RunTool({"--layers", "-o", out, kShapes});
+  EXPECT_EQ(run.exitStatus, 0);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(ReadFile(out), Expected(kShapes, DefaultSettings(), true).out);
+}
+
+TEST_F(CliTest, ProgressValuesOfAnEmptyEntitiesSection) {
+  test::TempFile f(test::Drawing({}, {{"0", 7}}));
+  ToolRun run = RunTool({"--progress-values", f.Path()});
+  EXPECT_EQ(run.exitStatus, 0);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err, "62\n75\n50\n50\n");
+}
+
+TEST_F(CliTest, ProgressValuesAreThoseOfTheEvent) {
+  Vessik_Parser parser;
+  Vessik_CommonData settings = DefaultSettings();
+  Vessik_Progress progress;
+  std::string values;
+  progress.Connect([&](int32_t v) { values += std::to_string(v) + "\n"; });
+  const std::string text = parser.Parse2(kShapes, settings, progress);
+  ToolRun run = RunTool({"--progress-values", kShapes});
+  EXPECT_EQ(run.exitStatus, 0);
+  EXPECT_TRUE(run.out == text);
+  EXPECT_EQ(run.err, values);
+}
+
+TEST_F(CliTest, NoProgressOnStderrWhenItIsNoTerminal) {
+  ToolRun run = RunTool({kShapes});
+  EXPECT_EQ(run.exitStatus, 0);
+  EXPECT_EQ(run.err, "");
+}
+
+TEST_F(CliTest, MissingFile) {
+  TempDir dir;
+  ToolRun run = RunTool({dir.File("missing.dxf")});
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err, "vessik: error 53 (0x00000035): File not found\n");
+}
+
+TEST_F(CliTest, FileThatIsNoDrawing) {
+  test::TempFile f("Just some words,\nno drawing at all.\n", "notes.txt");
+  ToolRun run = RunTool({f.Path()});
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err,
+            "vessik: error -2147221503 (0x80040001): SECTION tag not found. DXF file is "
+            "invalid.\n");
+}
+
+TEST_F(CliTest, TextAsLayerColour) {
+  test::TempFile f(test::DxfText({{0, "SECTION"},
+                                  {2, "TABLES"},
+                                  {0, "TABLE"},
+                                  {2, "LAYER"},
+                                  {0, "LAYER"},
+                                  {2, "WALLS"},
+                                  {62, "red"},
+                                  {0, "ENDTAB"},
+                                  {0, "ENDSEC"},
+                                  {0, "SECTION"},
+                                  {2, "ENTITIES"},
+                                  {0, "ENDSEC"},
+                                  {0, "EOF"}}));
+  ToolRun run = RunTool({"--progress-values", f.Path()});
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err, "vessik: error 13 (0x0000000D): Type mismatch\n");
+}
+
+TEST_F(CliTest, TextAsEntityColour) {
+  test::TempFile f(test::Drawing(
+      {{0, "LINE"}, {5, "2A"}, {8, "0"}, {62, "red"}, {10, "0"}, {20, "0"}, {11, "1"}, {21, "1"}},
+      {{"0", 7}}));
+  const ToolRun expected = Expected(f.Path(), DefaultSettings());
+  ExpectSame(RunTool({f.Path()}), expected);
+  if (expected.exitStatus == 0) GTEST_SKIP() << "LINE entities are not read yet";
+  EXPECT_EQ(expected.err, "vessik: error 13 (0x0000000D): Type mismatch\n");
+}
+
+TEST_F(CliTest, EmptyFileAndFolderFailAsParse2Does) {
+  test::TempFile empty("", "empty.dxf");
+  ExpectSame(RunTool({empty.Path()}), Expected(empty.Path(), DefaultSettings()));
+  TempDir dir;
+  std::filesystem::create_directories(dir.File("folder.dxf"));
+  const ToolRun folder = RunTool({dir.File("folder.dxf")});
+  ExpectSame(folder, Expected(dir.File("folder.dxf"), DefaultSettings()));
+  EXPECT_EQ(folder.exitStatus, 1);
+}
+
+TEST_F(CliTest, DrawingWithoutEntitiesSectionFails) {
+  test::TempFile f(test::DxfText({{0, "SECTION"}, {2, "HEADER"}, {0, "ENDSEC"}, {0, "EOF"}}));
+  const ToolRun run = RunTool({f.Path()});
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err,
+            "vessik: error 91 (0x0000005B): Object variable or With block variable not set\n");
+}
+
+TEST_F(CliTest, CarriageReturnsPassUnchanged) {
+  // A layer name with a carriage return in it, read from a drawing with CR LF
+  // line ends, goes through --layers byte for byte.
+  const std::string text = test::DxfText({{0, "SECTION"},
+                                          {2, "TABLES"},
+                                          {0, "TABLE"},
+                                          {2, "LAYER"},
+                                          {0, "LAYER"},
+                                          {2, "A\tB"},
+                                          {62, "1"},
+                                          {0, "ENDTAB"},
+                                          {0, "ENDSEC"},
+                                          {0, "SECTION"},
+                                          {2, "ENTITIES"},
+                                          {0, "ENDSEC"},
+                                          {0, "EOF"}},
+                                         "\r\n");
+  test::TempFile f(text);
+  const ToolRun run = RunTool({"--layers", f.Path()});
+  EXPECT_EQ(run.exitStatus, 0);
+  ExpectSame(run, Expected(f.Path(), DefaultSettings(), true));
+}
+
+TEST_F(CliTest, HelpNamesEveryOption) {
+  const ToolRun run = RunTool({"--help"});
+  EXPECT_EQ(run.exitStatus, 0);
+  for (const char* flag :
+       {"--tolerance", "--check", "--arc-max-deviation", "--arc-min-segment-length",
+        "--arc-max-segment-length", "--initial-segments", "--layers", "--progress-values",
+        "--output", "DRAWING"}) {
+    EXPECT_NE(run.out.find(flag), std::string::npos) << flag;
+  }
+}
+
+TEST_F(CliTest, UsageErrorsUseTheParserCodes) {
+  const ToolRun none = RunTool({});
+  EXPECT_NE(none.exitStatus, 0);
+  EXPECT_NE(none.exitStatus, 1);
+  EXPECT_EQ(none.out, "");
+  EXPECT_NE(none.err.find("DRAWING"), std::string::npos);
+
+  const ToolRun unknown = RunTool({"--no-such-flag", kShapes});
+  EXPECT_NE(unknown.exitStatus, 0);
+  EXPECT_NE(unknown.exitStatus, 1);
+  EXPECT_EQ(unknown.out, "");
+
+  const ToolRun notANumber = RunTool({"--tolerance", "fine", kShapes});
+  EXPECT_NE(notANumber.exitStatus, 0);
+  EXPECT_NE(notANumber.exitStatus, 1);
+  EXPECT_EQ(notANumber.out, "");
+}
+
+}  // namespace
+}  // namespace vessik

@@ -1,0 +1,310 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "EntityTestUtil.h"
+#include "entities/Vessik_Arc.h"
+#include "entities/Vessik_Insert.h"
+#include "geometry/Vessik_Math.h"
+
+namespace vessik {
+namespace {
+
+using test::Pairs;
+using test::ParseDrawing;
+using test::Records;
+
+Pairs ArcPairs(double cx, double cy, double r, double sa, double ea, const Pairs& extra = {}) {
+  Pairs p{{0, "ARC"},
+          {10, DoubleToText(cx)},
+          {20, DoubleToText(cy)},
+          {30, "0"},
+          {40, DoubleToText(r)},
+          {50, DoubleToText(sa)},
+          {51, DoubleToText(ea)}};
+  p.insert(p.end(), extra.begin(), extra.end());
+  return p;
+}
+
+// The arc inside a block placed with these scales, rotation and insertion point.
+std::string InBlock(const Pairs& content, double sx, double sy, double sz, double rot = 0,
+                    double x = 0, double y = 0, double z = 0) {
+  return ParseDrawing({{0, "INSERT"},
+                       {2, "B"},
+                       {10, DoubleToText(x)},
+                       {20, DoubleToText(y)},
+                       {30, DoubleToText(z)},
+                       {41, DoubleToText(sx)},
+                       {42, DoubleToText(sy)},
+                       {43, DoubleToText(sz)},
+                       {50, DoubleToText(rot)}},
+                      {{"0", 7}}, test::Block("B", content));
+}
+
+TEST(Arc, StepAngleWorkedExample) {
+  // L = 3.4906585, h = acos(0.999), s = 0.8942036, L / s = 3.90, n = 4.
+  EXPECT_EQ(Vessik_Arc::StepAngle(20, 10, 0.01, 0.1, 100), 5);
+}
+
+TEST(Arc, StepAngleLimits) {
+  // A zero radius or length limit gives one degree.
+  EXPECT_EQ(Vessik_Arc::StepAngle(90, 0, 0.01, 0.1, 100), 1.0);
+  EXPECT_EQ(Vessik_Arc::StepAngle(90, 10, 0.01, 0, 100), 1.0);
+  EXPECT_EQ(Vessik_Arc::StepAngle(90, 10, 0.01, 0.1, -1), 1.0);
+  // No deviation, or one as large as the radius: a chord of length 0.
+  EXPECT_EQ(Vessik_Arc::StepAngle(90, 10, 0, 0.1, 100), 1.0);
+  EXPECT_EQ(Vessik_Arc::StepAngle(90, 10, 50, 0.1, 100), 1.0);
+  // MinLength caps the count: L = 15.7 with segments of at least 5 gives 4.
+  EXPECT_EQ(Vessik_Arc::StepAngle(90, 10, 0.001, 5, 100), 22.5);
+  // MaxLength wins over MinLength: L / MaxLength = 15.7 rounds to 16.
+  EXPECT_EQ(Vessik_Arc::StepAngle(90, 10, 0.001, 5, 1), 90.0 / 16);
+}
+
+TEST(Arc, PolylineEndsExactlyAtTheEndAngle) {
+  Vessik_Arc arc;
+  arc.R = 10;
+  arc.SA = 350;
+  arc.EA = 10;
+  arc.ArcMaximumDeviationFactor = 0.01;
+  arc.ArcMinimumSegmentLengthFactor = 0.1;
+  arc.ArcMaximumSegmentLengthFactor = 100;
+  arc.Id = 3;
+  std::vector<Vessik_Line> l = arc.Arc2Polyline();
+  ASSERT_EQ(l.size(), 4u);
+  EXPECT_EQ(l[0].X1, std::cos(Deg2Rad(350)) * 10 + 0);
+  EXPECT_EQ(l[3].X2, std::cos(Deg2Rad(370)) * 10 + 0);
+  EXPECT_EQ(l[3].Y2, std::sin(Deg2Rad(370)) * 10 + 0);
+  EXPECT_EQ(l[2].Id, 3);
+}
+
+TEST(Arc, NoLengthOnTheSegmentPathGivesNothing) {
+  EXPECT_EQ(InBlock(ArcPairs(0, 0, 5, 90, 90), 2, 2, 1), "");
+}
+
+TEST(Arc, NoLengthOnTheArcPathGivesOneArc) {
+  auto rec = Records(ParseDrawing(ArcPairs(0, 0, 5, 90, 90)));
+  ASSERT_EQ(rec.size(), 1u);
+  EXPECT_EQ(rec[0][1], "66");
+  EXPECT_EQ(rec[0][15], "90");
+  EXPECT_EQ(rec[0][16], "90");
+}
+
+TEST(Arc, UniformScaleAndRotation) {
+  auto rec = Records(InBlock(ArcPairs(0, 0, 5, 0, 90), 2, 2, 2, 30));
+  ASSERT_EQ(rec.size(), 1u);
+  EXPECT_EQ(rec[0][1], "66");
+  EXPECT_EQ(rec[0][14], "10");
+  EXPECT_EQ(rec[0][15], "30");
+  EXPECT_EQ(rec[0][16], "120");
+}
+
+TEST(Arc, AnglesAreNotNormalised) {
+  auto rec = Records(InBlock(ArcPairs(0, 0, 5, 350, 10), 1, 1, 1, 90));
+  EXPECT_EQ(rec[0][15], "440");
+  EXPECT_EQ(rec[0][16], "100");
+}
+
+TEST(Arc, DifferentZScaleCutsAFlatArc) {
+  auto rec = Records(InBlock(ArcPairs(0, 0, 5, 0, 90), 2, 2, 1));
+  // L = 7.85, chord of sagitta 0.01 = 0.632: steps of 90 / 13 degrees, cut on the
+  // unscaled arc. Thirteen steps add up to just short of 90, so a fourteenth, tiny
+  // segment reaches the end angle; it is kept.
+  double a = 0;
+  for (int k = 0; k < 13; ++k) a = a + 90.0 / 13;
+  ASSERT_LT(a, 90);
+  ASSERT_EQ(rec.size(), 14u);
+  for (const auto& r : rec) EXPECT_EQ(r[1], "83");
+  EXPECT_EQ(rec[0][5], "10");
+  EXPECT_EQ(rec[0][6], "0");
+  EXPECT_EQ(rec[13][5], DoubleToText(std::cos(Deg2Rad(a)) * 5 * 2));
+  EXPECT_EQ(rec[13][8], DoubleToText(std::cos(Deg2Rad(90)) * 5 * 2));
+  EXPECT_EQ(rec[13][9], "10");
+}
+
+TEST(Arc, MirroringScaleCountsAsNonUniform) {
+  auto rec = Records(InBlock(ArcPairs(0, 0, 5, 0, 90), -1, 1, 1));
+  ASSERT_GT(rec.size(), 1u);
+  EXPECT_EQ(rec[0][1], "83");
+  EXPECT_EQ(rec[0][5], "-5");
+}
+
+TEST(Arc, UniformNegativeScaleGivesNegativeRadius) {
+  auto rec = Records(InBlock(ArcPairs(1, 2, 5, 0, 90), -1, -1, -1));
+  ASSERT_EQ(rec.size(), 1u);
+  EXPECT_EQ(rec[0][1], "66");
+  EXPECT_EQ(rec[0][11], "-1");
+  EXPECT_EQ(rec[0][12], "-2");
+  EXPECT_EQ(rec[0][14], "-5");
+  EXPECT_EQ(rec[0][15], "0");
+  EXPECT_EQ(rec[0][16], "90");
+}
+
+TEST(Arc, ExtrusionMinusZMirrorsX) {
+  auto rec = Records(ParseDrawing(ArcPairs(3, 4, 1, 0, 90, {{230, "-1"}})));
+  ASSERT_EQ(rec.size(), 1u);
+  EXPECT_EQ(rec[0][11], "-3");
+  EXPECT_EQ(rec[0][12], "4");
+  EXPECT_EQ(rec[0][15], "90");
+  EXPECT_EQ(rec[0][16], "180");
+}
+
+TEST(Arc, ExtrusionMinusZFullCircleIsLeftAlone) {
+  auto rec = Records(ParseDrawing(ArcPairs(3, 4, 1, 0, 360, {{230, "-1"}})));
+  EXPECT_EQ(rec[0][11], "3");
+  EXPECT_EQ(rec[0][15], "0");
+  EXPECT_EQ(rec[0][16], "360");
+}
+
+TEST(Arc, FullCircleExceptionLooksAtTheArcsOwnAngles) {
+  // Rotated by 30 the placed angles are 30 and 390, but the arc as read runs from 0
+  // to 360: still no mirroring.
+  auto rec = Records(InBlock(ArcPairs(3, 4, 1, 0, 360, {{230, "-1"}}), 1, 1, 1, 30));
+  EXPECT_EQ(rec[0][15], "30");
+  EXPECT_EQ(rec[0][16], "390");
+  EXPECT_EQ(rec[0][11], DoubleToText(std::cos(Deg2Rad(30)) * 3 - std::sin(Deg2Rad(30)) * 4));
+}
+
+TEST(Arc, ExtrusionMinusXMirrorsY) {
+  auto rec =
+      Records(ParseDrawing(ArcPairs(3, 4, 1, 30, 60, {{210, "-1"}, {220, "0"}, {230, "0"}})));
+  ASSERT_EQ(rec.size(), 1u);
+  EXPECT_EQ(rec[0][11], "3");
+  EXPECT_EQ(rec[0][12], "-4");
+  EXPECT_EQ(rec[0][15], "300");
+  EXPECT_EQ(rec[0][16], "330");
+}
+
+TEST(Arc, ExtrusionMinusYMirrorsZOnly) {
+  auto rec =
+      Records(InBlock(ArcPairs(3, 4, 1, 30, 60, {{220, "-1"}, {230, "0"}}), 1, 1, 1, 0, 0, 0, 7));
+  EXPECT_EQ(rec[0][13], "-7");
+  EXPECT_EQ(rec[0][15], "30");
+  EXPECT_EQ(rec[0][16], "60");
+}
+
+TEST(Arc, PlusXOrPlusYExtrusionStaysInThePlane) {
+  auto rec = Records(ParseDrawing(ArcPairs(3, 4, 1, 30, 60, {{210, "1"}, {230, "0"}})));
+  EXPECT_EQ(rec[0][11], "3");
+  EXPECT_EQ(rec[0][12], "4");
+  EXPECT_EQ(rec[0][15], "30");
+}
+
+TEST(Arc, MirroringComesAfterTheBlockChain) {
+  // The insertion point is mirrored too: -(10 + 1), where trans would give 10 - 1.
+  auto rec = Records(InBlock(ArcPairs(1, 0, 1, 0, 90, {{230, "-1"}}), 1, 1, 1, 0, 10));
+  EXPECT_EQ(rec[0][11], "-11");
+}
+
+TEST(Arc, SlantedExtrusionIsCutAndTransformed) {
+  auto rec = Records(ParseDrawing(ArcPairs(0, 0, 1, 0, 90, {{210, "0.6"}, {230, "0.8"}})));
+  ASSERT_GT(rec.size(), 1u);
+  EXPECT_EQ(rec[0][1], "83");
+  // (1, 0, 0) of the object frame is the object X axis (0, 1, 0).
+  EXPECT_EQ(rec[0][5], "0");
+  EXPECT_EQ(rec[0][6], "1");
+  EXPECT_EQ(rec[0][7], "0");
+  // (0, 1, 0) at 90 degrees is the object Y axis (-0.8, 0, 0.6).
+  const auto& last = rec.back();
+  EXPECT_EQ(last[8], "-0.8");
+  EXPECT_EQ(last[10], "0.6");
+}
+
+TEST(Arc, TinyExtrusionComponentIsZeroed) {
+  auto rec = Records(ParseDrawing(ArcPairs(0, 0, 1, 0, 90, {{210, "0.0009"}, {230, "1"}})));
+  ASSERT_EQ(rec.size(), 1u);
+  EXPECT_EQ(rec[0][1], "66");
+  // A group 230 of 0.0005 becomes 0: (0, 0, 0) keeps the arc an arc.
+  rec = Records(ParseDrawing(ArcPairs(0, 0, 1, 0, 90, {{230, "0.0005"}})));
+  ASSERT_EQ(rec.size(), 1u);
+  EXPECT_EQ(rec[0][1], "66");
+}
+
+TEST(Arc, ZeroRadiusOnTheSegmentPath) {
+  auto rec = Records(InBlock(ArcPairs(1, 1, 0, 0, 90), 2, 2, 1));
+  // Steps of one degree, every vertex at the centre.
+  ASSERT_EQ(rec.size(), 90u);
+  EXPECT_EQ(rec[45][5], "2");
+  EXPECT_EQ(rec[45][8], "2");
+}
+
+TEST(Arc, ZeroDirectionOnTheSegmentPathDropsTheArc) {
+  // (0, 0.01, 0) has no object X axis: the division fails and the arc is left out.
+  std::string text = ParseDrawing(test::Concat(
+      {ArcPairs(0, 0, 1, 0, 90, {{220, "0.01"}, {230, "0"}}), {{0, "LINE"}, {10, "1"}}}));
+  auto rec = Records(text);
+  ASSERT_EQ(rec.size(), 1u);
+  EXPECT_EQ(rec[0][1], "83");
+  EXPECT_EQ(rec[0][5], "1");
+}
+
+TEST(Arc, AngleTooLargeForTheStepEndsAtOnce) {
+  Vessik_Arc arc;
+  arc.R = 1;
+  arc.SA = 1e17;
+  arc.EA = 2e17;
+  std::vector<Vessik_Line> l = arc.Arc2Polyline();
+  ASSERT_EQ(l.size(), 1u);
+  EXPECT_EQ(l[0].X2, std::cos(Deg2Rad(2e17)));
+}
+
+TEST(Arc, EndlessRunOfSegmentsFailsAsOutOfMemory) {
+  Vessik_Arc arc;
+  arc.R = 1;
+  arc.SA = 0;
+  arc.EA = 2e6;
+  try {
+    arc.Arc2Polyline();
+    FAIL() << "no failure";
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), 7);
+  }
+}
+
+TEST(Arc, PointToPlane) {
+  Vessik_Point p = Vessik_Arc::Point2Plane(1, 2, 0, 0, 1);
+  EXPECT_EQ(p.X, 1);
+  EXPECT_EQ(p.Y, 2);
+  EXPECT_EQ(p.Z, 0);
+  // A downward direction turns by Pi about Y.
+  p = Vessik_Arc::Point2Plane(1, 2, 0, 0, -1);
+  EXPECT_EQ(p.X, std::cos(-Pi));
+  EXPECT_EQ(p.Y, 2);
+  EXPECT_EQ(p.Z, -std::sin(-Pi));
+  // ArcSin(-1) is 3 Pi / 2.
+  p = Vessik_Arc::Point2Plane(1, 0, -1, 0, 0);
+  EXPECT_EQ(p.X, std::cos(ThreeHalfPi));
+  EXPECT_EQ(p.Z, (1 * -1.0) * std::sin(ThreeHalfPi));
+}
+
+TEST(Arc, InitCopiesTheFactors) {
+  Vessik_CommonData d = test::TestData();
+  Vessik_Arc arc;
+  arc.Vessik_IEntity_Init(&d);
+  EXPECT_EQ(arc.ArcMaximumDeviationFactor, 0.01);
+  EXPECT_EQ(arc.ArcMinimumSegmentLengthFactor, 0.1);
+  EXPECT_EQ(arc.ArcMaximumSegmentLengthFactor, 100);
+}
+
+TEST(Arc, TransformedArcCarriesOnlyThePlacedValues) {
+  Vessik_Insert ins;
+  ins.XScale(3);
+  ins.YScale(3);
+  ins.Rotation(10);
+  Vessik_Arc arc;
+  arc.Id = 4;
+  arc.R = 2;
+  arc.SA = 5;
+  arc.EA = 6;
+  arc.CZ = 1;
+  arc.Vessik_IEntity_Parent(&ins);
+  Vessik_Arc t = arc.Arc2TransformedArc();
+  EXPECT_EQ(t.R, 6);
+  EXPECT_EQ(t.SA, 15);
+  EXPECT_EQ(t.EA, 16);
+  EXPECT_EQ(t.CZ, 1);
+  EXPECT_EQ(t.Id, 0);
+  EXPECT_EQ(t.Vessik_IEntity_Parent(), nullptr);
+}
+
+}  // namespace
+}  // namespace vessik

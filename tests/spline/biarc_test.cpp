@@ -1,0 +1,167 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "geometry/Vessik_ArcGeo.h"
+#include "geometry/Vessik_LineGeo.h"
+#include "geometry/Vessik_Math.h"
+#include "spline/Vessik_BiArc.h"
+
+namespace vessik {
+namespace {
+
+Vessik_BiArc Make(Vessik_Point a, Vessik_Point b, double ta, double tb) {
+  Vessik_BiArc B;
+  B.Pa = a;
+  B.Pb = b;
+  B.Tana = ta;
+  B.Tanb = tb;
+  B.Init(7, 0, nullptr);
+  return B;
+}
+
+TEST(BiArc, EqualPointsAreZero) {
+  Vessik_BiArc B = Make({1, 1, 0}, {1, 1, 0}, 0.3, 1.2);
+  EXPECT_EQ(B.Shape, "Zero");
+  EXPECT_EQ(B.Geos.Count(), 0);
+  Vessik_Layers layers;
+  EXPECT_EQ(B.ToString(layers), "");
+  EXPECT_EQ(B.get_biarc_fitting_error({5, 5, 0}), 0.0);
+  EXPECT_TRUE(B.Valid);
+}
+
+TEST(BiArc, TangentsAlongChordGiveLine) {
+  Vessik_BiArc B = Make({0, 0, 0}, {10, 0, 0}, 0, 0);
+  EXPECT_EQ(B.Shape, "LineGeo");
+  ASSERT_EQ(B.Geos.Count(), 1);
+  ASSERT_NE(B.Geos.Item(1).Line(), nullptr);
+  EXPECT_EQ(B.Geos.Item(1).Line()->length, 10.0);
+  EXPECT_EQ(B.l, 10.0);
+  EXPECT_EQ(B.Teta, 0.0);
+  // A line has no second item: the failing read gives 0, however far the point.
+  EXPECT_EQ(B.get_biarc_fitting_error({5, 100, 0}), 0.0);
+}
+
+TEST(BiArc, TinySameSignAnglesStayCShaped) {
+  Vessik_BiArc B = Make({0, 0, 0}, {10, 0, 0}, 0.00005, -0.00005);
+  EXPECT_EQ(B.Shape, "C-shaped");
+  ASSERT_EQ(B.Geos.Count(), 2);
+  EXPECT_NEAR(B.Geos.Item(1).Arc()->R, 100000, 1);
+  EXPECT_NEAR(B.Geos.Item(2).Arc()->R, 100000, 1);
+}
+
+TEST(BiArc, HugeRadiiBecomeLine) {
+  Vessik_BiArc B = Make({0, 0, 0}, {10, 0, 0}, 0.000005, -0.000005);
+  EXPECT_EQ(B.Shape, "LineGeo");
+  ASSERT_EQ(B.Geos.Count(), 1);
+  EXPECT_NE(B.Geos.Item(1).Line(), nullptr);
+  EXPECT_EQ(B.Teta, -0.000005);
+}
+
+TEST(BiArc, HalfCircleOfTwoClockwiseQuarters) {
+  Vessik_BiArc B = Make({0, 0, 0}, {2, 0, 0}, Pi / 2, -Pi / 2);
+  EXPECT_EQ(B.Shape, "C-shaped");
+  EXPECT_DOUBLE_EQ(B.Teta, -Pi / 2);
+  ASSERT_EQ(B.Geos.Count(), 2);
+  const Vessik_ArcGeo& A1 = *B.Geos.Item(1).Arc();
+  const Vessik_ArcGeo& A2 = *B.Geos.Item(2).Arc();
+  EXPECT_NEAR(A1.R, 1, 1e-12);
+  EXPECT_NEAR(A2.R, 1, 1e-12);
+  EXPECT_NEAR(A1.Pe.X, 1, 1e-12);
+  EXPECT_NEAR(A1.Pe.Y, 1, 1e-12);
+  EXPECT_EQ(A2.Pa.X, A1.Pe.X);
+  EXPECT_EQ(A2.Pa.Y, A1.Pe.Y);
+  EXPECT_NEAR(A1.O.X, 1, 1e-12);
+  EXPECT_NEAR(A1.O.Y, 0, 1e-12);
+  EXPECT_LE(A1.Dir, 0);
+  EXPECT_LE(A2.Dir, 0);
+  EXPECT_NEAR(A1.Dir, -Pi / 2, 1e-12);
+  EXPECT_NEAR(A1.Ext, -Pi / 2, 1e-12);
+}
+
+TEST(BiArc, SShapedExample) {
+  Vessik_BiArc B = Make({0, 0, 0}, {2, 0, 0}, 1, 0.5);
+  EXPECT_EQ(B.Shape, "S-shaped");
+  EXPECT_EQ(B.Teta, -1.75);
+  ASSERT_EQ(B.Geos.Count(), 2);
+  const Vessik_ArcGeo& A1 = *B.Geos.Item(1).Arc();
+  const Vessik_ArcGeo& A2 = *B.Geos.Item(2).Arc();
+  EXPECT_NEAR(A1.R, 0.6566, 0.0001);
+  EXPECT_NEAR(A2.R, 0.8613, 0.0001);
+  EXPECT_NEAR(A1.Pe.X, 1, 0.0001);
+  EXPECT_NEAR(A1.Pe.Y, 0.1257, 0.0001);
+  EXPECT_LE(A1.Dir, 0);
+  EXPECT_GT(A2.Dir, 0);
+}
+
+TEST(BiArc, SymmetricSIsALine) {
+  Vessik_BiArc B = Make({0, 0, 0}, {2, 0, 0}, 1, 1);
+  EXPECT_EQ(B.Shape, "LineGeo");
+  EXPECT_EQ(B.Teta, (3 * -1.0 - 1.0) / 2);
+  ASSERT_EQ(B.Geos.Count(), 1);
+  EXPECT_NE(B.Geos.Item(1).Line(), nullptr);
+}
+
+TEST(BiArc, TinyFirstRadiusStillBuildsTwoArcs) {
+  // S-shape whose first arc nearly vanishes: only both radii small drop it.
+  Vessik_BiArc B = Make({0, 0, 0}, {2, 0, 0}, 0.0003, -0.5);
+  ASSERT_EQ(B.Geos.Count(), 2);
+  const double r1 = B.Geos.Item(1).Arc()->R;
+  const double r2 = B.Geos.Item(2).Arc()->R;
+  EXPECT_LT(std::min(r1, r2), 0.01);
+  EXPECT_GT(std::max(r1, r2), 0.5);
+}
+
+TEST(BiArc, BothRadiiTinyIsZero) {
+  Vessik_BiArc B = Make({0, 0, 0}, {0.0001, 0, 0}, Pi / 2, -Pi / 2);
+  EXPECT_EQ(B.Shape, "Zero");
+  EXPECT_EQ(B.Geos.Count(), 0);
+}
+
+TEST(BiArc, InvalidWritesNothingButKeepsGeos) {
+  Vessik_BiArc B = Make({0, 0, 0}, {2, 0, 0}, Pi / 2, -Pi / 2);
+  B.Valid = false;
+  Vessik_Layers layers;
+  EXPECT_EQ(B.ToString(layers), "");
+  EXPECT_EQ(B.Geos.Count(), 2);
+  B.Valid = true;
+  EXPECT_NE(B.ToString(layers), "");
+}
+
+TEST(BiArc, FittingErrorOnAndOffTheArc) {
+  Vessik_BiArc B = Make({0, 0, 0}, {2, 0, 0}, Pi / 2, -Pi / 2);
+  // On the first quarter (centre (1, 0), radius 1).
+  const double c = std::cos(2.5);
+  const double s = std::sin(2.5);
+  EXPECT_NEAR(B.get_biarc_fitting_error({1 + c, s, 0}), 0, 1e-12);
+  EXPECT_NEAR(B.get_biarc_fitting_error({1 + 1.1 * c, 1.1 * s, 0}), 0.1, 1e-12);
+}
+
+TEST(BiArc, NotANumberTangentIsLine) {
+  Vessik_BiArc B = Make({0, 0, 0}, {2, 0, 0}, std::numeric_limits<double>::quiet_NaN(), 0);
+  EXPECT_EQ(B.Shape, "LineGeo");
+  EXPECT_EQ(B.Geos.Count(), 1);
+}
+
+TEST(BiArc, HugeTangentDoesNotHang) {
+  // Adding 2 Pi no longer changes an angle of 1e300: the normalising loop stops.
+  Vessik_BiArc B = Make({0, 0, 0}, {2, 0, 0}, 1e300, 0);
+  EXPECT_EQ(B.Shape, "S-shaped");
+  EXPECT_EQ(B.Teta, (3 * -1e300 - 0.0) / 2);
+}
+
+TEST(BiArc, ReleaseClearsParents) {
+  Vessik_BiArc B;
+  B.Pa = {0, 0, 0};
+  B.Pb = {2, 0, 0};
+  B.Tana = Pi / 2;
+  B.Tanb = -Pi / 2;
+  B.Init(1, 2, nullptr);
+  B.Release();
+  EXPECT_EQ(B.Parent, nullptr);
+  EXPECT_EQ(B.Geos.Count(), 2);
+}
+
+}  // namespace
+}  // namespace vessik

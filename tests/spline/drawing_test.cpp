@@ -1,0 +1,114 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+#include "parser/Vessik_CommonData.h"
+#include "parser/Vessik_Convert.h"
+#include "parser/Vessik_Error.h"
+#include "parser/Vessik_Parser.h"
+#include "parser/Vessik_Progress.h"
+#include "support/TestSupport.h"
+
+namespace vessik {
+namespace {
+
+using test::Drawing;
+using test::Records;
+using test::TempFile;
+using Pairs = std::vector<std::pair<int, std::string>>;
+
+std::string Parse(const std::string& dxf, double tol = 0.01, int32_t check = 0) {
+  TempFile f(dxf);
+  Vessik_Parser parser;
+  Vessik_CommonData data;
+  data.Tolerance = tol;
+  data.Check = check;
+  Vessik_Progress progress;
+  return parser.Parse2(f.Path(), data, progress);
+}
+
+double D(const std::string& s) {
+  return std::stod(s);
+}
+
+// Block B holds a circle-shaped ellipse about (1, 0) of radius 1 and a straight
+// spline from (0, 0) to (1, 0). Block A places B at (10, 0), turned by 90
+// degrees and scaled by 2; the drawing places A at (100, 50).
+std::string NestedDrawing() {
+  Pairs blocks{
+      {0, "BLOCK"},   {2, "B"},  {70, "0"},     {10, "0"},     {20, "0"}, {30, "0"},
+      {0, "ELLIPSE"}, {5, "E1"}, {8, "0"},      {10, "1"},     {20, "0"}, {30, "0"},
+      {11, "1"},      {21, "0"}, {31, "0"},     {40, "1"},     {41, "0"}, {42, "3.14159265358979"},
+      {0, "SPLINE"},  {5, "F1"}, {8, "0"},      {71, "1"},     {40, "0"}, {40, "0"},
+      {40, "1"},      {40, "1"}, {10, "0"},     {20, "0"},     {30, "0"}, {10, "1"},
+      {20, "0"},      {30, "0"}, {0, "ENDBLK"}, {0, "BLOCK"},  {2, "A"},  {70, "0"},
+      {10, "0"},      {20, "0"}, {30, "0"},     {0, "INSERT"}, {2, "B"},  {10, "10"},
+      {20, "0"},      {30, "0"}, {41, "2"},     {42, "2"},     {43, "2"}, {50, "90"},
+      {0, "ENDBLK"}};
+  Pairs entities{{0, "INSERT"}, {2, "A"},  {10, "100"}, {20, "50"}, {30, "0"},
+                 {41, "1"},     {42, "1"}, {43, "1"},   {50, "0"}};
+  return Drawing(entities, {}, blocks);
+}
+
+TEST(CurveDrawing, NestedRotatedScaledBlockPlacesCurves) {
+  const std::string text = Parse(NestedDrawing());
+  auto recs = Records(text);
+  int arcs = 0;
+  int lines = 0;
+  for (const auto& r : recs) {
+    ASSERT_GE(r.size(), 17u);
+    if (r[1] == "66") {
+      ++arcs;
+      EXPECT_EQ(r[0], "225");  // handle E1
+      // Centre (1, 0) of B: scaled by 2, turned by 90 degrees, moved by (10, 0)
+      // and then by (100, 50).
+      EXPECT_NEAR(D(r[11]), 110, 1e-9);
+      EXPECT_NEAR(D(r[12]), 52, 1e-9);
+      EXPECT_NEAR(D(r[14]), 2, 1e-9);
+      // The upper half of the circle in B faces -X after the turn: 90 to 270.
+      EXPECT_GE(D(r[15]), 90 - 1e-6);
+      EXPECT_LE(D(r[16]), 270 + 1e-6);
+    } else if (r[1] == "83") {
+      ++lines;
+      EXPECT_EQ(r[0], "241");  // handle F1
+      EXPECT_NEAR(D(r[5]), 110, 1e-6);
+      EXPECT_NEAR(D(r[6]), 50, 1e-6);
+      EXPECT_NEAR(D(r[8]), 110, 1e-6);
+      EXPECT_NEAR(D(r[9]), 52, 1e-6);
+    }
+  }
+  EXPECT_EQ(arcs, 4);
+  EXPECT_EQ(lines, 1);
+}
+
+TEST(CurveDrawing, CheckTwoFailsTheParse) {
+  Pairs entities{{0, "SPLINE"}, {71, "1"}, {40, "0"}, {40, "0"}, {40, "1"}, {40, "1"},
+                 {10, "0"},     {20, "0"}, {30, "0"}, {10, "1"}, {20, "0"}, {30, "0"}};
+  try {
+    Parse(Drawing(entities), 0.01, 2);
+    FAIL() << "no failure";
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), 13);
+    EXPECT_EQ(e.Description(), "Type mismatch");
+  }
+}
+
+TEST(CurveDrawing, SplineWithFitPointsOnlyFailsTheParse) {
+  Pairs entities{{0, "SPLINE"}, {71, "3"}, {74, "2"}, {11, "0"}, {21, "0"},
+                 {31, "0"},     {11, "1"}, {21, "1"}, {31, "0"}};
+  try {
+    Parse(Drawing(entities));
+    FAIL() << "no failure";
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), 9);
+  }
+}
+
+TEST(CurveDrawing, EllipseWithoutEndPrintsNothing) {
+  Pairs entities{{0, "ELLIPSE"}, {10, "0"}, {20, "0"}, {11, "5"}, {21, "0"}, {40, "0.5"}};
+  EXPECT_EQ(Parse(Drawing(entities)), "");
+}
+
+}  // namespace
+}  // namespace vessik

@@ -1,0 +1,214 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "entities/Vessik_Ellipse.h"
+#include "geometry/Vessik_ArcGeo.h"
+#include "geometry/Vessik_LineGeo.h"
+#include "geometry/Vessik_Math.h"
+#include "parser/GroupPairs.h"
+#include "parser/Vessik_CommonData.h"
+#include "parser/Vessik_Error.h"
+
+namespace vessik {
+namespace {
+
+Vessik_Ellipse Make(double cx2, double cy2, double ratio, double sa, double ea) {
+  Vessik_Ellipse e;
+  e.CX1 = 10;
+  e.CY1 = 20;
+  e.CX2 = cx2;
+  e.CY2 = cy2;
+  e.Ratio = ratio;
+  e.SA = sa;
+  e.EA = ea;
+  e.SetBackgroundValues();
+  return e;
+}
+
+TEST(Ellipse, ReadTakesItsGroupsAndStopsBeforeCodeZero) {
+  GroupPairs().Assign({{5, "1F"},
+                       {8, "Curves"},
+                       {10, "1.5"},
+                       {20, "2.5"},
+                       {30, "3.5"},
+                       {11, "4"},
+                       {21, "0"},
+                       {31, "9"},
+                       {40, "0.5"},
+                       {41, "0.25"},
+                       {42, "1.25"},
+                       {210, "0"},
+                       {220, "0"},
+                       {230, "-1"},
+                       {62, "3"},
+                       {0, "ENDSEC"}});
+  Vessik_Ellipse e;
+  Vessik_Layers layers;
+  EXPECT_EQ(e.Vessik_IEntity_Read(0, layers), 14);
+  EXPECT_EQ(e.Id, 31);
+  ASSERT_EQ(layers.size(), 1u);
+  EXPECT_EQ(layers[0]->Name, "Curves");
+  EXPECT_EQ(e.CX1, 1.5);
+  EXPECT_EQ(e.CY1, 2.5);
+  EXPECT_EQ(e.CZ1, 3.5);
+  EXPECT_EQ(e.CX2, 4);
+  EXPECT_EQ(e.CZ2, 9);
+  EXPECT_EQ(e.Ratio, 0.5);
+  EXPECT_EQ(e.SA, 0.25);
+  EXPECT_EQ(e.EA, 1.25);
+  ASSERT_NE(e.Color, nullptr);
+  EXPECT_EQ(e.Color->ColorACI(), 3);
+}
+
+TEST(Ellipse, BackgroundValues) {
+  Vessik_Ellipse e = Make(0, 4, 0.5, 1, 0.5);
+  EXPECT_EQ(e.AxisAngle(), Pi / 2);
+  EXPECT_EQ(e.MajorRadius(), 4);
+  EXPECT_EQ(e.MinorRadius(), 2);
+  EXPECT_EQ(e.Ext(), -0.5);
+}
+
+TEST(Ellipse, CircleFitsWithTwoHalfCircles) {
+  Vessik_Ellipse e = Make(5, 0, 1, 0, 6.28318530717958);
+  e.Ellipse2Arcs(0.01);
+  ASSERT_EQ(e.BiArcs().size(), 2u);
+  for (const Vessik_BiArc& B : e.BiArcs()) {
+    EXPECT_EQ(B.Shape, "C-shaped");
+    ASSERT_EQ(B.Geos.Count(), 2);
+    EXPECT_NEAR(B.Geos.Item(1).Arc()->R, 5, 1e-9);
+    EXPECT_NEAR(B.Geos.Item(2).Arc()->R, 5, 1e-9);
+    EXPECT_NEAR(B.Geos.Item(1).Arc()->O.X, 10, 1e-9);
+    EXPECT_NEAR(B.Geos.Item(1).Arc()->O.Y, 20, 1e-9);
+  }
+  // Neighbouring biarcs share their joint.
+  EXPECT_EQ(e.BiArcs()[0].Pb.X, e.BiArcs()[1].Pa.X);
+  EXPECT_EQ(e.BiArcs()[0].Pb.Y, e.BiArcs()[1].Pa.Y);
+}
+
+TEST(Ellipse, EqualStartAndEndGiveNothing) {
+  Vessik_Ellipse e = Make(5, 0, 0.5, 0, 0);
+  e.Ellipse2Arcs(0.01);
+  ASSERT_EQ(e.BiArcs().size(), 2u);
+  EXPECT_EQ(e.BiArcs()[0].Shape, "Zero");
+  EXPECT_EQ(e.BiArcs()[1].Shape, "Zero");
+  Vessik_Layers layers;
+  EXPECT_EQ(e.Vessik_IEntity_ToString(layers), "");
+}
+
+TEST(Ellipse, EndBelowStartWalksBackwards) {
+  Vessik_Ellipse e = Make(5, 0, 0.5, 1, 0.5);
+  e.Ellipse2Arcs(0.01);
+  ASSERT_FALSE(e.BiArcs().empty());
+  const Vessik_BiArc& first = e.BiArcs().front();
+  const Vessik_BiArc& last = e.BiArcs().back();
+  Vessik_Point pStart = e.EllipsePoint(1);
+  Vessik_Point pEnd = e.EllipsePoint(0.5);
+  EXPECT_EQ(first.Pa.X, pStart.X);
+  EXPECT_EQ(first.Pa.Y, pStart.Y);
+  EXPECT_NEAR(last.Pb.X, pEnd.X, 1e-12);
+  EXPECT_NEAR(last.Pb.Y, pEnd.Y, 1e-12);
+  // Only the short piece: every joint lies between the parameters 0.5 and 1.
+  for (const Vessik_BiArc& B : e.BiArcs()) {
+    double t = std::atan2((B.Pb.Y - 20) / 2.5, (B.Pb.X - 10) / 5);
+    EXPECT_GE(t, 0.5 - 1e-9);
+    EXPECT_LE(t, 1 + 1e-9);
+  }
+}
+
+TEST(Ellipse, FlatRatioZeroGivesLinesWithoutFailure) {
+  Vessik_Ellipse e = Make(5, 0, 0, 0, 6.28318530717958);
+  EXPECT_NO_THROW(e.Ellipse2Arcs(0.01));
+  int lines = 0;
+  for (const Vessik_BiArc& B : e.BiArcs()) {
+    if (B.Shape == "LineGeo") ++lines;
+  }
+  EXPECT_GT(lines, 0);
+}
+
+TEST(Ellipse, NoAxisGivesEmptyOutput) {
+  Vessik_Ellipse e = Make(0, 0, 0.5, 0, 6.28318530717958);
+  EXPECT_EQ(e.AxisAngle(), 0);
+  EXPECT_EQ(e.MajorRadius(), 0);
+  e.Ellipse2Arcs(0.01);
+  Vessik_Layers layers;
+  EXPECT_EQ(e.Vessik_IEntity_ToString(layers), "");
+}
+
+TEST(Ellipse, FlatEllipseTakesMorePieces) {
+  Vessik_Ellipse flat = Make(10, 0, 0.1, 0, 6.28318530717958);
+  flat.Ellipse2Arcs(0.001);
+  Vessik_Ellipse round = Make(10, 0, 0.9, 0, 6.28318530717958);
+  round.Ellipse2Arcs(0.001);
+  EXPECT_GT(flat.BiArcs().size(), round.BiArcs().size());
+}
+
+TEST(Ellipse, ExtrusionGroupsAreIgnored) {
+  auto read = [](bool mirrored) {
+    std::vector<std::pair<int32_t, std::string>> pairs{
+        {10, "0"}, {20, "0"}, {11, "5"}, {21, "0"}, {40, "0.5"}, {41, "0"}, {42, "1.5"}};
+    if (mirrored) pairs.push_back({230, "-1"});
+    pairs.push_back({0, "EOF"});
+    GroupPairs().Assign(pairs);
+    Vessik_Ellipse e;
+    Vessik_Layers layers;
+    e.Vessik_IEntity_Read(0, layers);
+    Vessik_CommonData data;
+    data.Tolerance = 0.01;
+    e.Vessik_IEntity_Init(&data);
+    return e.Vessik_IEntity_ToString(layers);
+  };
+  EXPECT_EQ(read(false), read(true));
+  EXPECT_NE(read(false), "");
+}
+
+TEST(Ellipse, ZeroToleranceHitsTheIterationGuard) {
+  Vessik_Ellipse e = Make(5, 0, 0.5, 0, 1);
+  try {
+    e.Ellipse2Arcs(0);
+    FAIL() << "no failure";
+  } catch (const Vessik_Error& err) {
+    EXPECT_EQ(err.Number(), -2147221403);
+    EXPECT_EQ(err.Description(), "Iterations above 10000 reduce tolerance.");
+    EXPECT_EQ(err.Source(), "");
+  }
+}
+
+TEST(Ellipse, QuarterPointsLieWithinTolerance) {
+  const double tol = 0.005;
+  Vessik_Ellipse e = Make(30, 10, 0.4, 0.3, 5.5);
+  e.Ellipse2Arcs(tol);
+  const size_t n = e.BiArcs().size();
+  ASSERT_GE(n, 2u);
+  const double step = e.Ext() / static_cast<double>(n);
+  for (size_t i = 0; i < n; ++i) {
+    const Vessik_BiArc& B = e.BiArcs()[i];
+    for (int q = 1; q <= 3; ++q) {
+      Vessik_Point P = e.EllipsePoint(e.SA + step * (static_cast<double>(i) + q / 4.0));
+      EXPECT_LT(B.get_biarc_fitting_error(P), tol) << i << " " << q;
+    }
+    // And the joints lie on the ellipse.
+    Vessik_Point J = e.EllipsePoint(e.SA + step * static_cast<double>(i + 1));
+    EXPECT_NEAR(B.Pb.X, J.X, 1e-9);
+    EXPECT_NEAR(B.Pb.Y, J.Y, 1e-9);
+  }
+}
+
+TEST(Ellipse, TangentIsDirectionOfIncreasingParameter) {
+  Vessik_Ellipse e = Make(5, 0, 0.5, 0, 1);
+  EXPECT_DOUBLE_EQ(e.EllipseTangent(0), Pi / 2);
+  Vessik_Point p = e.EllipsePoint(0);
+  EXPECT_EQ(p.X, 15);
+  EXPECT_EQ(p.Y, 20);
+}
+
+TEST(Ellipse, ToStringBeforeFittingIsEmpty) {
+  Vessik_Ellipse e;
+  Vessik_Layers layers;
+  EXPECT_FALSE(e.BiArcsDimensioned());
+  EXPECT_EQ(e.Vessik_IEntity_ToString(layers), "");
+  e.Vessik_IEntity_Release();
+}
+
+}  // namespace
+}  // namespace vessik

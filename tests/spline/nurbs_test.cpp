@@ -1,0 +1,167 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "geometry/Vessik_Math.h"
+#include "parser/Vessik_Error.h"
+#include "spline/Vessik_CurvePointValid.h"
+#include "spline/Vessik_Nurbs.h"
+
+namespace vessik {
+namespace {
+
+TEST(Nurbs, CheckZeroLeavesBothEmpty) {
+  Vessik_Nurbs n;
+  n.Init(2, {0, 0, 0, 1, 1, 1}, {1, 1, 1}, {{0, 0, 0}, {1, 1, 0}, {2, 0, 0}});
+  n.CheckParameters(0.01, 0);
+  EXPECT_EQ(n.Ignore.Count(), 0);
+  EXPECT_EQ(n.knt_m_change.Count(), 0);
+}
+
+std::vector<double> TwoSegmentKnots() {
+  return {0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2};
+}
+
+TEST(Nurbs, KnotCheckFindsCorner) {
+  Vessik_Nurbs n;
+  // Middle control point (3, 0) is a corner: the first piece arrives going down,
+  // the second leaves going up.
+  std::vector<Vessik_Point> pts{{0, 3, 0}, {1, 2, 0}, {2, 1, 0}, {3, 0, 0},
+                                {3, 0, 0}, {4, 1, 0}, {5, 2, 0}, {6, 3, 0}};
+  n.Init(3, TwoSegmentKnots(), std::vector<double>(8, 1.0), pts);
+  n.CheckParameters(0.01, 1);
+  ASSERT_EQ(n.knt_m_change.Count(), 1);
+  EXPECT_EQ(n.knt_m_change.Item(1), 1.0);
+  EXPECT_EQ(n.Ignore.Count(), 0);
+}
+
+TEST(Nurbs, KnotCheckSmoothJointRecordsNothing) {
+  Vessik_Nurbs n;
+  std::vector<Vessik_Point> pts{{0, 0, 0}, {1, 1, 0}, {2, 2, 0}, {3, 3, 0},
+                                {3, 3, 0}, {4, 4, 0}, {5, 4, 0}, {6, 3, 0}};
+  n.Init(3, TwoSegmentKnots(), std::vector<double>(8, 1.0), pts);
+  n.CheckParameters(0.01, 1);
+  EXPECT_EQ(n.knt_m_change.Count(), 0);
+}
+
+TEST(Nurbs, KnotOfMultiplicityDegreePlusTwoIsPassedOver) {
+  Vessik_Nurbs n;
+  // Inner knot 1 five times for a cubic.
+  std::vector<Vessik_Point> pts(9);
+  for (int i = 0; i < 9; ++i) pts[i] = Vessik_Point(i, (i % 2) * 3.0, 0);
+  n.Init(3, {0, 0, 0, 0, 1, 1, 1, 1, 1, 2, 2, 2, 2}, std::vector<double>(9, 1.0), pts);
+  n.CheckParameters(0.01, 1);
+  EXPECT_EQ(n.knt_m_change.Count(), 0);
+}
+
+TEST(Nurbs, SingleFirstKnotCountsSecondTwice) {
+  Vessik_Nurbs n;
+  // The first group holds 1 four times: above Degree + 1, passed over.
+  std::vector<Vessik_Point> pts{{0, 0, 0}, {1, 5, 0}, {2, 0, 0}};
+  n.Init(2, {0, 1, 1, 1, 2}, {1, 1, 1}, pts);
+  n.CheckParameters(0.01, 1);
+  EXPECT_EQ(n.knt_m_change.Count(), 0);
+}
+
+void ExpectTypeMismatch(int32_t check) {
+  Vessik_Nurbs n;
+  n.Init(2, {0, 0, 0, 1, 1, 1}, {1, 1, 1}, {{0, 0, 0}, {1, 1, 0}, {2, 0, 0}});
+  try {
+    n.CheckParameters(1e9, check);
+    FAIL() << "no failure";
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), 13);
+    EXPECT_EQ(e.Description(), "Type mismatch");
+  }
+  EXPECT_EQ(n.Ignore.Count(), 0);
+}
+
+TEST(Nurbs, ControlPointCheckFailsWithTypeMismatch) {
+  ExpectTypeMismatch(2);
+  ExpectTypeMismatch(3);
+}
+
+TEST(Nurbs, ControlPointCheckOnSinglePointDoesNothing) {
+  Vessik_Nurbs n;
+  n.Init(1, {0, 0, 1, 1}, {1}, {{0, 0, 0}});
+  n.CheckParameters(0.01, 2);
+  EXPECT_EQ(n.Ignore.Count(), 0);
+}
+
+TEST(Nurbs, EvaluateWithNZeroKeepsTangent) {
+  Vessik_Nurbs n;
+  n.Init(2, {0, 0, 0, 1, 1, 1}, {1, 1, 1}, {{0, 0, 0}, {1, 1, 0}, {2, 0, 0}});
+  n.CheckParameters(0.01, 0);
+  Vessik_Point P;
+  double t = 123.5;
+  n.Evaluate(0, 0.5, P, t);
+  EXPECT_EQ(t, 123.5);
+  EXPECT_DOUBLE_EQ(P.X, 1.0);
+  EXPECT_DOUBLE_EQ(P.Y, 0.5);
+  n.Evaluate(1, 0.5, P, t);
+  EXPECT_NEAR(t, 0.0, 1e-15);
+}
+
+TEST(Nurbs, UnitWeightsMatchPlainBSpline) {
+  std::vector<Vessik_Point> pts{{0, 0, 7}, {1, 2, 7}, {3, 2, 7}, {4, 0, 7}};
+  Vessik_Nurbs n;
+  n.Init(2, {0, 0, 0, 1, 2, 2, 2}, {1, 1, 1, 1}, pts);
+  n.CheckParameters(0.01, 0);
+  Vessik_BSpline b;
+  std::vector<Vessik_Point> plain{{0, 0, 1}, {1, 2, 1}, {3, 2, 1}, {4, 0, 1}};
+  b.Init(2, {0, 0, 0, 1, 2, 2, 2}, plain);
+  for (double u : {0.0, 0.3, 1.0, 1.7}) {
+    Vessik_Point P;
+    double t = 0;
+    n.Evaluate(0, u, P, t);
+    const Vessik_Array2D& ck = b.bspline_ders_evaluate(0, u);
+    EXPECT_EQ(P.X, ck(0, 0) / ck(0, 2));
+    EXPECT_EQ(P.Y, ck(0, 1) / ck(0, 2));
+    EXPECT_EQ(P.Z, 0.0);
+  }
+}
+
+TEST(Nurbs, RationalQuarterCircleLiesOnCircle) {
+  const double w = std::sqrt(2.0) / 2;
+  Vessik_Nurbs n;
+  n.Init(2, {0, 0, 0, 1, 1, 1}, {1, w, 1}, {{5, 0, 0}, {5, 5, 0}, {0, 5, 0}});
+  n.CheckParameters(0.01, 0);
+  for (int i = 0; i < 20; ++i) {
+    double u = i / 20.0;
+    Vessik_Point P;
+    double t = 0;
+    CurvePointValid() = true;
+    n.Evaluate(1, u, P, t);
+    EXPECT_TRUE(CurvePointValid());
+    EXPECT_NEAR(std::sqrt(P.X * P.X + P.Y * P.Y), 5.0, 1e-12) << u;
+    // The tangent is perpendicular to the radius, counter-clockwise.
+    double expected = std::atan2(P.Y, P.X) + Pi / 2;
+    EXPECT_NEAR(t, expected, 1e-9) << u;
+  }
+}
+
+TEST(Nurbs, SingleKnotFailsEvenWithoutChecks) {
+  Vessik_Nurbs n;
+  n.Init(1, {0}, {1}, {{0, 0, 0}});
+  // The knot groups always start with the knot at index 1.
+  try {
+    n.CheckParameters(0.01, 0);
+    FAIL() << "no failure";
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), 9);
+    EXPECT_EQ(e.Description(), "Subscript out of range");
+  }
+}
+
+TEST(Nurbs, TooFewWeightsRaise9) {
+  Vessik_Nurbs n;
+  try {
+    n.Init(2, {0, 0, 0, 1, 1, 1}, {1, 1}, {{0, 0, 0}, {1, 1, 0}, {2, 0, 0}});
+    FAIL() << "no failure";
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), 9);
+  }
+}
+
+}  // namespace
+}  // namespace vessik

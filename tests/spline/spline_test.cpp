@@ -1,0 +1,422 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "SplineTestAccess.h"
+#include "parser/GroupPairs.h"
+#include "parser/Vessik_CommonData.h"
+#include "parser/Vessik_Error.h"
+
+namespace vessik {
+namespace {
+
+using Access = Vessik_SplineTestAccess;
+using Pairs = std::vector<std::pair<int32_t, std::string>>;
+
+std::string Num(double v) {
+  char buf[64];
+  std::snprintf(buf, sizeof buf, "%.17g", v);
+  return buf;
+}
+
+Pairs SplinePairs(int degree, const std::vector<double>& knots,
+                  const std::vector<std::array<double, 2>>& cps,
+                  const std::vector<double>& weights = {}, const Pairs& extra = {}) {
+  Pairs p{{5, "2A"},
+          {8, "0"},
+          {70, "8"},
+          {71, std::to_string(degree)},
+          {72, std::to_string(knots.size())},
+          {73, std::to_string(cps.size())}};
+  p.insert(p.end(), extra.begin(), extra.end());
+  for (double k : knots) p.push_back({40, Num(k)});
+  for (double w : weights) p.push_back({41, Num(w)});
+  for (const auto& c : cps) {
+    p.push_back({10, Num(c[0])});
+    p.push_back({20, Num(c[1])});
+    p.push_back({30, "0"});
+  }
+  p.push_back({0, "EOF"});
+  return p;
+}
+
+// Reads a spline from the pairs; layers live as long as the test needs them.
+Vessik_Layers gLayers;
+
+void Read(Vessik_Spline& s, const Pairs& p) {
+  GroupPairs().Assign(p);
+  gLayers.clear();
+  s.Vessik_IEntity_Read(0, gLayers);
+}
+
+void Fit(Vessik_Spline& s, const Pairs& p, double tol, double segments = 0, int32_t check = 0) {
+  Read(s, p);
+  Vessik_CommonData data;
+  data.Tolerance = tol;
+  data.InitialSegments = segments;
+  data.Check = check;
+  s.Vessik_IEntity_Init(&data);
+}
+
+void ExpectFailure(const std::function<void()>& f, int32_t number, const std::string& words) {
+  try {
+    f();
+    FAIL() << "no failure";
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), number);
+    EXPECT_EQ(e.Description(), words);
+  }
+}
+
+const std::vector<double> kQuadKnots{0, 0, 0, 1, 1, 1};
+const std::vector<std::array<double, 2>> kQuadPts{{0, 0}, {1, 1}, {2, 0}};
+
+TEST(SplineRead, WithoutWeightsAllAreOne) {
+  Vessik_Spline s;
+  Pairs p = SplinePairs(2, kQuadKnots, kQuadPts);
+  GroupPairs().Assign(p);
+  Vessik_Layers layers;
+  EXPECT_EQ(s.Vessik_IEntity_Read(0, layers), static_cast<int32_t>(p.size()) - 2);
+  EXPECT_EQ(s.Weights(), (std::vector<double>{1, 1, 1}));
+  EXPECT_EQ(s.Knots(), kQuadKnots);
+  ASSERT_EQ(s.CPoints().size(), 3u);
+  EXPECT_EQ(s.CPoints()[1].X, 1);
+  EXPECT_EQ(s.Id, 42);
+  EXPECT_EQ(s.Flag, 8);
+  EXPECT_EQ(s.Degree, 2);
+  EXPECT_EQ(s.CPtsNum, 3);
+}
+
+TEST(SplineRead, TooFewWeightsAreKeptAndFailLater) {
+  Vessik_Spline s;
+  Read(s, SplinePairs(2, kQuadKnots, kQuadPts, {1, 2}));
+  EXPECT_EQ(s.Weights(), (std::vector<double>{1, 2}));
+  ExpectFailure([&] { s.Spline2Arcs(0.01, 2, 0); }, 9, "Subscript out of range");
+}
+
+TEST(SplineRead, CoordinatesCarryOverAndOnly30CompletesAPoint) {
+  Vessik_Spline s;
+  Read(s, {{71, "1"},
+           {40, "0"},
+           {40, "0"},
+           {40, "1"},
+           {40, "1"},
+           {10, "3"},
+           {20, "4"},
+           {30, "0"},
+           {10, "7"},
+           {30, "1"},
+           {20, "9"},
+           {0, "EOF"}});
+  ASSERT_EQ(s.CPoints().size(), 2u);
+  EXPECT_EQ(s.CPoints()[1].X, 7);
+  EXPECT_EQ(s.CPoints()[1].Y, 4);
+  EXPECT_EQ(s.CPoints()[1].Z, 1);
+}
+
+TEST(SplineRead, PointsWithout30FailAtSizing) {
+  Vessik_Spline s;
+  GroupPairs().Assign({{71, "1"}, {40, "0"}, {40, "1"}, {10, "1"}, {20, "2"}, {0, "EOF"}});
+  Vessik_Layers layers;
+  ExpectFailure([&] { s.Vessik_IEntity_Read(0, layers); }, 9, "Subscript out of range");
+}
+
+TEST(SplineRead, NoKnotsFailAtSizing) {
+  Vessik_Spline s;
+  GroupPairs().Assign({{71, "1"}, {10, "1"}, {20, "2"}, {30, "0"}, {0, "EOF"}});
+  Vessik_Layers layers;
+  ExpectFailure([&] { s.Vessik_IEntity_Read(0, layers); }, 9, "Subscript out of range");
+}
+
+TEST(SplineRead, IntegerGroupsThatAreNoNumberFail) {
+  for (int code : {62, 70, 71, 73}) {
+    Vessik_Spline s;
+    GroupPairs().Assign({{code, "abc"}, {0, "EOF"}});
+    Vessik_Layers layers;
+    ExpectFailure([&] { s.Vessik_IEntity_Read(0, layers); }, 13, "Type mismatch");
+  }
+}
+
+TEST(SplineInit, InitialSegmentsRoundHalfToEvenAndZeroMeansTwo) {
+  const std::vector<std::pair<double, int32_t>> cases{{0, 2},   {0.5, 2}, {1.5, 2},
+                                                      {2.5, 2}, {3.5, 4}, {1, 1}};
+  for (const auto& c : cases) {
+    Vessik_Spline s;
+    Fit(s, SplinePairs(1, {0, 0, 1, 1}, {{0, 0}, {1, 0}}), 0.01, c.first);
+    EXPECT_EQ(s.InitialSegments(), c.second) << c.first;
+  }
+}
+
+TEST(SplineInit, FitToleranceIsThreePercent) {
+  Vessik_Spline s;
+  Fit(s, SplinePairs(1, {0, 0, 1, 1}, {{0, 0}, {1, 0}}), 0.5);
+  EXPECT_EQ(s.Tolerance(), 0.5);
+  EXPECT_EQ(s.FitTolerance(), 0.5 * 0.03);
+}
+
+TEST(SplineFlow, EqualFirstAndLastKnotGiveNothing) {
+  Vessik_Spline s;
+  Fit(s, SplinePairs(1, {1, 1, 1, 1}, {{0, 0}, {1, 0}}), 0.01);
+  EXPECT_EQ(s.BiArcs().Count(), 0);
+  EXPECT_EQ(s.Geos().Count(), 0);
+  Vessik_Layers layers;
+  EXPECT_EQ(s.Vessik_IEntity_ToString(layers), "");
+}
+
+TEST(SplineFlow, ControlPointCheckEndsTheFit) {
+  for (int32_t check : {2, 3}) {
+    Vessik_Spline s;
+    ExpectFailure([&] { Fit(s, SplinePairs(2, kQuadKnots, kQuadPts), 0.01, 0, check); }, 13,
+                  "Type mismatch");
+  }
+}
+
+// Two cubic pieces meeting in a corner at (3, 0).
+Pairs CornerSpline() {
+  return SplinePairs(3, {0, 0, 0, 0, 1, 1, 1, 1, 2, 2, 2, 2},
+                     {{0, 3}, {1, 2}, {2, 1}, {3, 0}, {3, 0}, {4, 1}, {5, 2}, {6, 3}});
+}
+
+TEST(SplineFlow, KnotCheckCutsAtTheCorner) {
+  Vessik_Spline s;
+  Fit(s, CornerSpline(), 0.01, 0, 1);
+  ASSERT_EQ(s.BiArcs().Count(), 2);
+  ASSERT_EQ(s.Nodes().Count(), 2);
+  const auto& first = s.BiArcs().Item(1);
+  const auto& second = s.BiArcs().Item(2);
+  EXPECT_NEAR(first.Item(first.Count()).Pb.X, 3, 1e-6);
+  EXPECT_NEAR(first.Item(first.Count()).Pb.Y, 0, 1e-6);
+  EXPECT_NEAR(second.Item(1).Pa.X, 3, 1e-6);
+  // Each section is a straight run, joined into one line of its own.
+  ASSERT_EQ(s.Geos().Count(), 2);
+  EXPECT_NE(s.Geos().Item(1).Line(), nullptr);
+  EXPECT_NE(s.Geos().Item(2).Line(), nullptr);
+}
+
+TEST(SplineFlow, WithoutCheckOneSection) {
+  Vessik_Spline s;
+  Fit(s, CornerSpline(), 0.01, 0, 0);
+  EXPECT_EQ(s.BiArcs().Count(), 1);
+  EXPECT_EQ(s.Nodes().Count(), 1);
+}
+
+TEST(SplineFlow, SplitSectionsCases) {
+  Vessik_Collection<Access::Section> ignore;
+  Vessik_Collection<double> breaks;
+  auto one = Access::Split({0, 0, 1, 2, 2}, ignore, breaks);
+  ASSERT_EQ(one.Count(), 1);
+  EXPECT_EQ(one.Item(1).Item(1), 0);
+  EXPECT_EQ(one.Item(1).Item(2), 2);
+  breaks.Add(1);
+  auto two = Access::Split({0, 0, 1, 2, 2}, ignore, breaks);
+  ASSERT_EQ(two.Count(), 2);
+  EXPECT_EQ(two.Item(1).Item(2), 1);
+  EXPECT_EQ(two.Item(2).Item(1), 1);
+  EXPECT_EQ(two.Item(2).Item(2), 2);
+  EXPECT_EQ(breaks.Count(), 0);
+  EXPECT_EQ(Access::Split({3, 3}, ignore, breaks).Count(), 0);
+}
+
+TEST(SplineFlow, AnythingInIgnoreFails) {
+  Vessik_Collection<Access::Section> ignore;
+  Access::Section stretch;
+  stretch.Add(0.5);
+  stretch.Add(1.5);
+  ignore.Add(stretch);
+  Vessik_Collection<double> breaks;
+  ExpectFailure(
+      [&] {
+        Access::Split({0, 0, 1, 2, 2}, ignore, breaks);
+      },
+      9, "Subscript out of range");
+}
+
+double MaxStepOf(const std::vector<double>& knots, double segments) {
+  Vessik_Spline s;
+  const double a = knots.front();
+  const double b = knots.back();
+  Fit(s, SplinePairs(1, knots, {{a, 0}, {b, 0}}), 0.01, segments);
+  return s.MaxStep();
+}
+
+TEST(SplineFlow, MaxStepExamples) {
+  EXPECT_EQ(MaxStepOf({0, 0, 1, 1}, 4), 0.25);
+  EXPECT_EQ(MaxStepOf({0, 0, 8, 8}, 4), 2);
+  EXPECT_EQ(MaxStepOf({-1, -1, 0, 0}, 4), 0.25);
+  EXPECT_EQ(MaxStepOf({10, 10, 20, 20}, 4), 5);
+  // A negative count makes s negative: |last knot| / |n| wins.
+  EXPECT_EQ(MaxStepOf({0, 0, 8, 8}, -4), 2);
+}
+
+TEST(SplineFlow, ZeroMaxStepRunsIntoTheIterationLimit) {
+  Vessik_Spline s;
+  ExpectFailure(
+      [&] {
+        Fit(s, SplinePairs(1, {-1, -1, 0, 0}, {{0, 0}, {1, 0}}), 0.01, -4);
+      },
+      -2147221403, "Iterations above 10000 reduce tolerance.");
+  EXPECT_EQ(s.MaxStep(), 0);
+}
+
+TEST(SplineMarch, StraightRunIsAllLines) {
+  Vessik_Spline s;
+  Fit(s, SplinePairs(2, {0, 0, 0, 1, 2, 3, 3, 3}, {{0, 0}, {1, 1}, {2, 2}, {3, 3}, {5, 5}}), 0.01,
+      8);
+  ASSERT_EQ(s.BiArcs().Count(), 1);
+  const auto& list = s.BiArcs().Item(1);
+  ASSERT_GT(list.Count(), 1);
+  for (const Vessik_BiArc& B : list) EXPECT_EQ(B.Shape, "LineGeo");
+  EXPECT_EQ(s.Nodes().Item(1).Count(), list.Count() + 1);
+  // The step doubles up to MaxStep at once, so the pieces are MaxStep long apart
+  // from the cut last one.
+  ASSERT_EQ(s.Geos().Count(), 1);
+  const Vessik_LineGeo& L = *s.Geos().Item(1).Line();
+  EXPECT_NEAR(L.Pa.X, 0, 1e-6);
+  EXPECT_NEAR(L.Pe.X, 5, 1e-6);
+  EXPECT_NEAR(L.Pe.Y, 5, 1e-6);
+}
+
+TEST(SplineMarch, CoincidentRunKeepsTheOldNode) {
+  Vessik_Spline s;
+  // The first span does not move: its biarcs are "Zero" and leave no node.
+  Fit(s, SplinePairs(1, {0, 0, 1, 2, 2}, {{0, 0}, {0, 0}, {5, 0}}), 0.01, 4);
+  const auto& list = s.BiArcs().Item(1);
+  const auto& nodes = s.Nodes().Item(1);
+  EXPECT_EQ(nodes.Count(), list.Count() + 1);
+  for (const Vessik_BiArc& B : list) EXPECT_NE(B.Shape, "Zero");
+  ASSERT_GE(list.Count(), 1);
+  EXPECT_EQ(list.Item(1).Pa.X, nodes.Item(1).Pt.X);
+  EXPECT_EQ(list.Item(1).Pa.Y, nodes.Item(1).Pt.Y);
+  ASSERT_EQ(s.Geos().Count(), 1);
+  EXPECT_NEAR(s.Geos().Item(1).Line()->Pe.X, 5, 1e-6);
+}
+
+TEST(SplineMarch, FirstStepIsCutToAShortSection) {
+  Vessik_Spline s;
+  // MaxStep is 1 / 2, the section only 0.1 long: one piece up to 1e-9 before its end.
+  Fit(s, SplinePairs(1, {0, 0, 0.1, 0.1}, {{0, 0}, {3, 4}}), 0.01);
+  EXPECT_EQ(s.MaxStep(), 0.5);
+  ASSERT_EQ(s.BiArcs().Item(1).Count(), 1);
+  EXPECT_EQ(s.Nodes().Item(1).Count(), 2);
+  const Vessik_BiArc& B = s.BiArcs().Item(1).Item(1);
+  EXPECT_EQ(B.Shape, "LineGeo");
+  EXPECT_NEAR(B.Pb.X, 3, 1e-6);
+  EXPECT_NEAR(B.Pb.Y, 4, 1e-6);
+  EXPECT_LT(B.Pb.X, 3);
+}
+
+TEST(SplineRead, KnotCountNotMatchingIsNotNoticed) {
+  Vessik_Spline s;
+  Read(s, SplinePairs(2, {0, 0, 0, 0.5, 1, 1, 1, 1, 1}, kQuadPts));
+  EXPECT_EQ(s.Knots().size(), 9u);
+  EXPECT_EQ(s.CPoints().size(), 3u);
+}
+
+TEST(SplineMarch, SectionShorterThanTwoGapsHasNoBiarc) {
+  Vessik_Spline s;
+  Fit(s, SplinePairs(1, {0, 0, 1.5e-9, 1.5e-9}, {{0, 0}, {1, 0}}), 0.01);
+  ASSERT_EQ(s.BiArcs().Count(), 1);
+  EXPECT_EQ(s.BiArcs().Item(1).Count(), 0);
+  EXPECT_EQ(s.Nodes().Item(1).Count(), 1);
+  EXPECT_EQ(s.Geos().Count(), 0);
+}
+
+TEST(SplineMarch, ToleranceFarTooSmallFails) {
+  Vessik_Spline s;
+  ExpectFailure(
+      [&] {
+        Fit(s, SplinePairs(2, kQuadKnots, {{0, 0}, {50, 50}, {100, 0}}), 1e-13);
+      },
+      -2147221403, "Iterations above 10000 reduce tolerance.");
+}
+
+TEST(SplineMarch, ErrorEqualToLimitIsRejected) {
+  Vessik_Spline s;
+  Fit(s, SplinePairs(2, kQuadKnots, kQuadPts), 0.01);
+  Vessik_Nurbs& n = Access::Nurbs(s);
+  Vessik_Point P0;
+  Vessik_Point P1;
+  double t0 = 0;
+  double t1 = 0;
+  n.Evaluate(1, 0.1, P0, t0);
+  n.Evaluate(1, 0.4, P1, t1);
+  Vessik_BiArc B;
+  B.Pa = P0;
+  B.Pb = P1;
+  B.Tana = t0;
+  B.Tanb = t1;
+  B.Init(0, 0, nullptr);
+  ASSERT_EQ(B.Geos.Count(), 2);
+  // The worst of the five samples, the way the test takes them.
+  const double du = (0.4 - 0.1) / 5.0;
+  double worst = MostNegative;
+  for (int i = 1; i <= 5; ++i) {
+    Vessik_Point P;
+    double d = 0;
+    n.Evaluate(0, i * du + 0.1, P, d);
+    worst = std::max(worst, B.get_biarc_fitting_error(P));
+  }
+  ASSERT_GT(worst, 0);
+  EXPECT_FALSE(Access::Fits(s, B, worst, 0.1, 0.4));
+  EXPECT_TRUE(Access::Fits(s, B, std::nextafter(worst, 1.0), 0.1, 0.4));
+}
+
+TEST(SplineGeometry, RationalCircleComesOutAsArcsOfItsRadius) {
+  const double w = std::sqrt(2.0) / 2;
+  Vessik_Spline s;
+  // A full circle of radius 5 about (2, 3) from four rational quarters.
+  std::vector<std::array<double, 2>> pts{{7, 3},   {7, 8},  {2, 8},  {-3, 8}, {-3, 3},
+                                         {-3, -2}, {2, -2}, {7, -2}, {7, 3}};
+  Fit(s, SplinePairs(2, {0, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 4}, pts, {1, w, 1, w, 1, w, 1, w, 1}),
+      0.01);
+  ASSERT_GT(s.Geos().Count(), 0);
+  for (const Vessik_Geo& g : s.Geos()) {
+    ASSERT_NE(g.Arc(), nullptr);
+    EXPECT_NEAR(g.Arc()->R, 5, 0.01);
+    EXPECT_NEAR(g.Arc()->O.X, 2, 0.01);
+    EXPECT_NEAR(g.Arc()->O.Y, 3, 0.01);
+  }
+}
+
+TEST(SplineGeometry, ClosedFlagAddsNothing) {
+  auto text = [](const std::string& flag) {
+    Pairs p = SplinePairs(2, {0, 0, 0, 1, 2, 2, 2}, {{0, 0}, {4, 4}, {8, 0}, {0, -5}});
+    p[2] = {70, flag};
+    Vessik_Spline s;
+    Fit(s, p, 0.01);
+    Vessik_Layers layers;
+    return s.Vessik_IEntity_ToString(layers);
+  };
+  EXPECT_EQ(text("1"), text("8"));
+}
+
+TEST(SplineGeometry, StraightSegmentsComeBeforeArcs) {
+  Vessik_Spline s;
+  // A straight stretch, then a bend.
+  Fit(s, SplinePairs(2, {0, 0, 0, 1, 2, 3, 3, 3}, {{0, 0}, {5, 0}, {10, 0}, {15, 0}, {15, 10}}),
+      0.01);
+  bool seenArc = false;
+  for (const Vessik_Geo& g : s.Geos()) {
+    if (g.Arc() != nullptr) seenArc = true;
+    if (g.Line() != nullptr) {
+      EXPECT_FALSE(seenArc);
+    }
+  }
+  EXPECT_TRUE(seenArc);
+}
+
+TEST(SplineGeometry, ReleaseAfterFit) {
+  Vessik_Spline s;
+  Fit(s, SplinePairs(2, kQuadKnots, kQuadPts), 0.01);
+  s.Vessik_IEntity_Release();
+  EXPECT_EQ(s.Vessik_IEntity_Parent(), nullptr);
+  EXPECT_GT(s.Geos().Count(), 0);
+}
+
+}  // namespace
+}  // namespace vessik
