@@ -5,7 +5,8 @@
 #   wine_test.sh setup                 fresh prefix, registration, expected texts
 #   wine_test.sh vbs SCRIPT            a VBScript test under cscript
 #   wine_test.sh exe PROGRAM           a Windows test program of the cross build
-#   wine_test.sh unregister SCRIPT     DllUnregisterServer, then SCRIPT checks it
+#   wine_test.sh unregister SCRIPT     DllUnregisterServer, then SCRIPT checks it;
+#                                      the prefix is removed afterwards
 #
 # Environment (set by CTest): VESSIK_COM_DIR (cross build), VESSIK_COM_WORK
 # (prefix and expected texts), VESSIK_EXPECT (native helper), VESSIK_CORPUS_DIR,
@@ -101,7 +102,15 @@ case $mode in
     ;;
   unregister)
     "$VESSIK_WINE" regsvr32 /u /s "$dll"
-    judge "$VESSIK_WINE" cscript //nologo "$(winpath "$1")" "$(winpath "$work")"
+    result=0
+    judge "$VESSIK_WINE" cscript //nologo "$(winpath "$1")" "$(winpath "$work")" || result=$?
+    # The prefix takes some 700 MB: it goes unless VESSIK_KEEP_WINEPREFIX is set.
+    if [ -z "${VESSIK_KEEP_WINEPREFIX:-}" ]; then
+      "$wineserver_bin" -k >/dev/null 2>&1 || true
+      "$wineserver_bin" -w >/dev/null 2>&1 || true
+      rm -rf "$WINEPREFIX"
+    fi
+    exit "$result"
     ;;
   *)
     echo "unknown mode $mode" >&2
