@@ -27,6 +27,8 @@ export WINEARCH=win64
 export WINEDEBUG=-all
 export WINEDLLOVERRIDES="mscoree,mshtml="
 unset DISPLAY WAYLAND_DISPLAY
+# Wine's locale follows these: English (United States), code page 1252.
+export LANG=C LC_ALL=C
 
 wineserver_bin=$(command -v wineserver || echo /usr/lib/wine/wineserver64)
 trap '"$wineserver_bin" -k >/dev/null 2>&1 || true' EXIT
