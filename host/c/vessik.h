@@ -82,6 +82,12 @@ VESSIK_API void vessik_string_free(char* text);
 #define VESSIK_E_SECTION_NOT_FOUND ((int32_t)-2147221503) /* 0x80040001 */
 #define VESSIK_E_PARSING_FAILED ((int32_t)-2147221501)    /* 0x80040003 */
 
+/* Creates an object of the class of this name: "Vessik_Parser",
+ * "Vessik_Progress", "Vessik_Layer", "Vessik_Color" or "Vessik_CommonData".
+ * *out becomes a handle of that class, with one reference. Another name fails
+ * with 5. */
+VESSIK_API int vessik_create(const char* class_name, void** out, vessik_error* error);
+
 /* Vessik_Parser ---------------------------------------------------------- */
 
 VESSIK_API int vessik_parser_create(Vessik_Parser** out, vessik_error* error);

@@ -129,6 +129,15 @@ int SetValue(H* handle, vessik_error* error, Set set) {
   return Guard(error, [&] { set(Obj(handle)); });
 }
 
+// Creates into a handle of its own type, then hands it out as void*.
+template <class H>
+int CreateAs(int (*create)(H**, vessik_error*), void** out, vessik_error* error) {
+  H* handle = nullptr;
+  int status = create(&handle, error);
+  if (status == 0) *out = handle;
+  return status;
+}
+
 }  // namespace
 
 extern "C" {
@@ -144,6 +153,19 @@ void vessik_error_clear(vessik_error* error) {
 
 void vessik_string_free(char* text) {
   std::free(text);
+}
+
+int vessik_create(const char* class_name, void** out, vessik_error* error) {
+  if (out == nullptr) {
+    return Guard(error, [] { vessik::RaisePlatformError(vessik::errnum::InvalidProcedureCall); });
+  }
+  const std::string name = class_name != nullptr ? class_name : "";
+  if (name == "Vessik_Parser") return CreateAs(vessik_parser_create, out, error);
+  if (name == "Vessik_Progress") return CreateAs(vessik_progress_create, out, error);
+  if (name == "Vessik_Layer") return CreateAs(vessik_layer_create, out, error);
+  if (name == "Vessik_Color") return CreateAs(vessik_color_create, out, error);
+  if (name == "Vessik_CommonData") return CreateAs(vessik_commondata_create, out, error);
+  return Guard(error, [] { vessik::RaisePlatformError(vessik::errnum::InvalidProcedureCall); });
 }
 
 // Vessik_Parser

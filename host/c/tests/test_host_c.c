@@ -117,6 +117,41 @@ static void message_box(void* context, const char* text) {
   snprintf(box_text, sizeof box_text, "%s", text);
 }
 
+static void test_create_by_name(void) {
+  void* object = NULL;
+  int32_t aci = -1;
+  vessik_error err = VESSIK_ERROR_INIT;
+  const char* names[] = {"Vessik_Parser", "Vessik_Progress", "Vessik_Layer", "Vessik_Color",
+                         "Vessik_CommonData"};
+  size_t i;
+  for (i = 0; i < sizeof names / sizeof names[0]; ++i) {
+    object = NULL;
+    CHECK(vessik_create(names[i], &object, NULL) == 0 && object != NULL);
+    switch (i) {
+      case 0:
+        vessik_parser_release((Vessik_Parser*)object);
+        break;
+      case 1:
+        vessik_progress_release((Vessik_Progress*)object);
+        break;
+      case 2:
+        vessik_layer_release((Vessik_Layer*)object);
+        break;
+      case 3:
+        CHECK(vessik_color_get_coloraci((Vessik_Color*)object, &aci, NULL) == 0 && aci == 0);
+        vessik_color_release((Vessik_Color*)object);
+        break;
+      default:
+        vessik_commondata_release((Vessik_CommonData*)object);
+        break;
+    }
+  }
+  object = NULL;
+  CHECK(vessik_create("Vessik_Insert", &object, &err) != 0 && object == NULL);
+  CHECK(err.number == 5 && strcmp(err.description, "Invalid procedure call or argument") == 0);
+  vessik_error_clear(&err);
+}
+
 static void test_common_data(void) {
   Vessik_CommonData* d = NULL;
   double v = -1;
@@ -499,6 +534,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   work_dir = argv[4];
+  test_create_by_name();
   test_common_data();
   test_color_and_layer();
   test_progress();
