@@ -451,6 +451,84 @@ class CommonDataObject final : public Dispatch<_Vessik_CommonData, &IID__Vessik_
   std::shared_ptr<vessik::Vessik_CommonData> data;
 };
 
+// An enumerator over a snapshot of references (connection points or
+// connections), each held with a reference of its own.
+template <class Enum, const IID* EnumId, class Item>
+class Enumerator final : public Enum {
+ public:
+  explicit Enumerator(std::vector<Item> items) : items_(std::move(items)) {
+    for (Item& i : items_) Ref(i)->AddRef();
+    LockModule();
+  }
+  ~Enumerator() {
+    for (Item& i : items_) Ref(i)->Release();
+    UnlockModule();
+  }
+  Enumerator(const Enumerator&) = delete;
+  Enumerator& operator=(const Enumerator&) = delete;
+
+  STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override {
+    if (ppv == nullptr) return E_POINTER;
+    *ppv = nullptr;
+    if (riid != IID_IUnknown && riid != *EnumId) return E_NOINTERFACE;
+    *ppv = static_cast<Enum*>(this);
+    AddRef();
+    return S_OK;
+  }
+  STDMETHODIMP_(ULONG) AddRef() override {
+    return static_cast<ULONG>(InterlockedIncrement(&refs_));
+  }
+  STDMETHODIMP_(ULONG) Release() override {
+    const LONG n = InterlockedDecrement(&refs_);
+    if (n == 0) delete this;
+    return static_cast<ULONG>(n);
+  }
+  STDMETHODIMP Next(ULONG count, Item* out, ULONG* fetched) override {
+    if (out == nullptr || (count > 1 && fetched == nullptr)) return E_POINTER;
+    ULONG n = 0;
+    while (n < count && pos_ < items_.size()) {
+      out[n] = items_[pos_++];
+      Ref(out[n])->AddRef();
+      ++n;
+    }
+    if (fetched != nullptr) *fetched = n;
+    return n == count ? S_OK : S_FALSE;
+  }
+  STDMETHODIMP Skip(ULONG count) override {
+    const size_t left = items_.size() - pos_;
+    pos_ += count < left ? count : left;
+    return count <= left ? S_OK : S_FALSE;
+  }
+  STDMETHODIMP Reset() override {
+    pos_ = 0;
+    return S_OK;
+  }
+  STDMETHODIMP Clone(Enum** out) override {
+    if (out == nullptr) return E_POINTER;
+    *out = nullptr;
+    try {
+      auto* copy = new Enumerator(items_);
+      copy->pos_ = pos_;
+      *out = copy;
+      return S_OK;
+    } catch (...) {
+      return E_OUTOFMEMORY;
+    }
+  }
+
+ private:
+  static IUnknown* Ref(IConnectionPoint* p) { return p; }
+  static IUnknown* Ref(const CONNECTDATA& c) { return c.pUnk; }
+
+  std::vector<Item> items_;
+  size_t pos_ = 0;
+  LONG refs_ = 1;
+};
+
+using PointEnumerator =
+    Enumerator<IEnumConnectionPoints, &IID_IEnumConnectionPoints, IConnectionPoint*>;
+using ConnectionEnumerator = Enumerator<IEnumConnections, &IID_IEnumConnections, CONNECTDATA>;
+
 // Vessik_Progress, with the connection point of its Progress event.
 class ProgressObject final : public Dispatch<_Vessik_Progress, &IID__Vessik_Progress>,
                              public IConnectionPointContainer,
@@ -482,8 +560,14 @@ class ProgressObject final : public Dispatch<_Vessik_Progress, &IID__Vessik_Prog
 
   // IConnectionPointContainer
   STDMETHODIMP EnumConnectionPoints(IEnumConnectionPoints** e) override {
-    if (e != nullptr) *e = nullptr;
-    return E_NOTIMPL;
+    if (e == nullptr) return E_POINTER;
+    *e = nullptr;
+    try {
+      *e = new PointEnumerator({&point_});
+      return S_OK;
+    } catch (...) {
+      return E_OUTOFMEMORY;
+    }
   }
   STDMETHODIMP FindConnectionPoint(REFIID riid, IConnectionPoint** point) override {
     if (point == nullptr) return E_POINTER;
@@ -558,8 +642,16 @@ class ProgressObject final : public Dispatch<_Vessik_Progress, &IID__Vessik_Prog
     }
     STDMETHODIMP Unadvise(DWORD cookie) override { return owner_->Unadvise(cookie); }
     STDMETHODIMP EnumConnections(IEnumConnections** e) override {
-      if (e != nullptr) *e = nullptr;
-      return E_NOTIMPL;
+      if (e == nullptr) return E_POINTER;
+      *e = nullptr;
+      try {
+        std::vector<CONNECTDATA> connections;
+        for (const Sink& s : owner_->sinks_) connections.push_back(CONNECTDATA{s.sink, s.cookie});
+        *e = new ConnectionEnumerator(std::move(connections));
+        return S_OK;
+      } catch (...) {
+        return E_OUTOFMEMORY;
+      }
     }
 
    private:

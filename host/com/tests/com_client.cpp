@@ -258,6 +258,16 @@ void TestEvents() {
   IConnectionPoint* cp = nullptr;
   CHECK(cpc->FindConnectionPoint(IID_IDispatch, &cp) == CONNECT_E_NOCONNECTION);
   CHECK(cpc->FindConnectionPoint(DIID___Vessik_Progress, &cp) == S_OK && cp != nullptr);
+  IEnumConnectionPoints* points = nullptr;
+  CHECK(cpc->EnumConnectionPoints(&points) == S_OK && points != nullptr);
+  if (points != nullptr) {
+    IConnectionPoint* found = nullptr;
+    ULONG fetched = 0;
+    CHECK(points->Next(1, &found, &fetched) == S_OK && fetched == 1 && found == cp);
+    if (found != nullptr) found->Release();
+    CHECK(points->Next(1, &found, &fetched) == S_FALSE && fetched == 0);
+    CHECK(points->Release() == 0);
+  }
   IID iid = GUID_NULL;
   CHECK(cp->GetConnectionInterface(&iid) == S_OK && iid == DIID___Vessik_Progress);
 
@@ -275,6 +285,17 @@ void TestEvents() {
   CHECK(cp->Advise(static_cast<IDispatchEx*>(&typed), &c1) == S_OK);
   CHECK(cp->Advise(static_cast<IDispatchEx*>(&named), &c2) == S_OK);
   CHECK(cp->Advise(static_cast<IDispatchEx*>(&script), &c3) == S_OK);
+  CHECK(typed.refs == 2 && named.refs == 2 && script.refs == 2);
+  IEnumConnections* connections = nullptr;
+  CHECK(cp->EnumConnections(&connections) == S_OK && connections != nullptr);
+  if (connections != nullptr) {
+    CONNECTDATA data[4] = {};
+    ULONG fetched = 0;
+    CHECK(connections->Next(4, data, &fetched) == S_FALSE && fetched == 3);
+    CHECK(data[0].dwCookie == c1 && data[1].dwCookie == c2 && data[2].dwCookie == c3);
+    for (ULONG i = 0; i < fetched; ++i) data[i].pUnk->Release();
+    CHECK(connections->Release() == 0);
+  }
   CHECK(typed.refs == 2 && named.refs == 2 && script.refs == 2);
   CHECK(g->DoProgress(42) == S_OK);
   CHECK(typed.values == std::vector<LONG>{42});
