@@ -541,6 +541,55 @@ void TestParser() {
   CHECK(p->Release() == 0);
 }
 
+// A parse in an apartment of its own: the library's per-thread state keeps two
+// apartments that parse at the same time apart.
+struct ApartmentRun {
+  std::string drawing;
+  int good = 0;
+};
+
+DWORD WINAPI ParseInApartment(LPVOID arg) {
+  auto* run = static_cast<ApartmentRun*>(arg);
+  if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) return 1;
+  auto* p = Create<_Vessik_Parser>(L"Halmor.Vessik_Parser", IID__Vessik_Parser);
+  auto* d = Create<_Vessik_CommonData>(L"Halmor.Vessik_CommonData", IID__Vessik_CommonData);
+  auto* g = Create<_Vessik_Progress>(L"Halmor.Vessik_Progress", IID__Vessik_Progress);
+  if (p != nullptr && d != nullptr && g != nullptr) {
+    BSTR path = Bstr(run->drawing);
+    for (int i = 0; i < 20; ++i) {
+      BSTR text = nullptr;
+      SAFEARRAY* layers = nullptr;
+      LONG ub = -1;
+      if (p->Parse2(path, &d, &g, &text) == S_OK && SysStringLen(text) == 0 &&
+          p->get_Layers(&layers) == S_OK && SafeArrayGetUBound(layers, 1, &ub) == S_OK && ub == 1) {
+        ++run->good;
+      }
+      SysFreeString(text);
+      if (layers != nullptr) SafeArrayDestroy(layers);
+    }
+    SysFreeString(path);
+  }
+  if (g != nullptr) g->Release();
+  if (d != nullptr) d->Release();
+  if (p != nullptr) p->Release();
+  CoUninitialize();
+  return 0;
+}
+
+void TestApartments() {
+  ApartmentRun a, b;
+  a.drawing = WritePath("apartment-a.dxf", kHead + kTail);
+  b.drawing = WritePath("apartment-b.dxf", kHead + Pairs({"0", "POINT", "8", "0"}) + kTail);
+  HANDLE threads[2] = {CreateThread(nullptr, 0, ParseInApartment, &a, 0, nullptr),
+                       CreateThread(nullptr, 0, ParseInApartment, &b, 0, nullptr)};
+  CHECK(threads[0] != nullptr && threads[1] != nullptr);
+  if (threads[0] == nullptr || threads[1] == nullptr) return;
+  WaitForMultipleObjects(2, threads, TRUE, 60000);
+  CloseHandle(threads[0]);
+  CloseHandle(threads[1]);
+  CHECK(a.good == 20 && b.good == 20);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -556,6 +605,7 @@ int main(int argc, char** argv) {
   TestObjects();
   TestEvents();
   TestParser();
+  TestApartments();
 
   // Every object is gone: the server may be unloaded.
   HMODULE server = GetModuleHandleW(L"Halmor.dll");
