@@ -156,6 +156,9 @@ std::vector<Vessik_Line> Vessik_Arc::Arc2Polyline() const {
   if (e < a) e = e + 360;
   const double step = StepAngle(e - a, R, ArcMaximumDeviationFactor, ArcMinimumSegmentLengthFactor,
                                 ArcMaximumSegmentLengthFactor);
+  // Room for the expected number of segments, so that the list grows once.
+  const double expected = (e - a) / step + 2;
+  if (expected > 0 && expected < kMaxSegments) L.reserve(static_cast<size_t>(expected));
   Vessik_Point prev;
   for (int32_t i = 0; !(a > e); ++i) {
     Vessik_Point Q(std::cos(Deg2Rad(a)) * R + CX, std::sin(Deg2Rad(a)) * R + CY, CZ);

@@ -24,7 +24,16 @@ Vessik_LwPolyline::~Vessik_LwPolyline() {
 }
 
 int32_t Vessik_LwPolyline::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) {
-  std::vector<Vessik_Point> vertices;
+  // The vertex list lives only during the read; one list per thread serves every
+  // polyline, so that reading allocates nothing per vertex or per polyline.
+  thread_local std::vector<Vessik_Point> vertices;
+  vertices.clear();
+  // A long polyline read once should not keep its list for the rest of the thread.
+  struct TrimList {
+    ~TrimList() {
+      if (vertices.capacity() > 4096) std::vector<Vessik_Point>().swap(vertices);
+    }
+  } trimList;
   bool closed = false;
   const int32_t last = ReadGroups(StartLine, [&](int32_t code, std::string_view value) {
     switch (code) {
@@ -83,13 +92,11 @@ int32_t Vessik_LwPolyline::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers&
 
 void Vessik_LwPolyline::AddLine(int32_t Index, double X1, double Y1, double X2, double Y2,
                                 double Bulge) {
+  // Id, Layer, Colour and parent are the polyline's own, shared by every segment;
+  // the segment lies at Z 0.
   lines_.resize(static_cast<size_t>(Index) + 1);
-  Vessik_Line& line = lines_[static_cast<size_t>(Index)];
-  line = Vessik_Line();
-  line.Vessik_IEntity_Parent(parent_);
-  line.Id = Id;
-  line.Layer = Layer;
-  line.Color = Color;
+  Vessik_PolySegment& line = lines_[static_cast<size_t>(Index)];
+  line = Vessik_PolySegment();
   line.X1 = X1;
   line.Y1 = Y1;
   line.X2 = X2;
@@ -97,17 +104,25 @@ void Vessik_LwPolyline::AddLine(int32_t Index, double X1, double Y1, double X2, 
   line.Bulge = Bulge;
 }
 
+std::vector<Vessik_Line> Vessik_LwPolyline::Lines() const {
+  std::vector<Vessik_Line> lines;
+  lines.reserve(lines_.size());
+  for (const Vessik_PolySegment& segment : lines_) lines.push_back(segment.ToLine(*this));
+  return lines;
+}
+
 std::string Vessik_LwPolyline::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
   std::string result;
-  for (Vessik_Line& line : lines_) {
-    result += line.Vessik_IEntity_ToString(Layers);
+  result.reserve(lines_.size() * 128);
+  for (const Vessik_PolySegment& segment : lines_) {
+    result += segment.ToLine(*this).Vessik_IEntity_ToString(Layers);
     PumpMessages();
   }
   return result;
 }
 
 void Vessik_LwPolyline::Vessik_IEntity_Release() {
-  for (Vessik_Line& line : lines_) line.Vessik_IEntity_Release();
+  // The segments hold no parent of their own: clearing the polyline's clears theirs.
   parent_ = nullptr;
 }
 

@@ -1,5 +1,6 @@
 // The LWPOLYLINE entity. Its vertices live only while it reads: at the end of Read
-// they have become one Vessik_Line per segment, each keeping its bulge.
+// they have become one segment each, keeping its bulge, that prints as a
+// Vessik_Line.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +9,7 @@
 
 #include "entities/Vessik_Entity.h"
 #include "entities/Vessik_Line.h"
+#include "entities/Vessik_PolySegment.h"
 
 namespace vessik {
 
@@ -19,12 +21,13 @@ class Vessik_LwPolyline : public Vessik_Entity {
   std::string Vessik_IEntity_ToString(Vessik_Layers& Layers) override;
   void Vessik_IEntity_Release() override;
 
-  const std::vector<Vessik_Line>& Lines() const { return lines_; }
+  // The line entities of the segments, in order.
+  std::vector<Vessik_Line> Lines() const;
 
  private:
   void AddLine(int32_t Index, double X1, double Y1, double X2, double Y2, double Bulge);
 
-  std::vector<Vessik_Line> lines_;
+  std::vector<Vessik_PolySegment> lines_;
 };
 
 }  // namespace vessik

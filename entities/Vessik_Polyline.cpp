@@ -41,11 +41,8 @@ Vessik_Polyline::~Vessik_Polyline() {
 }
 
 void Vessik_Polyline::AddSegment(const VertexValues& From, const Vessik_Vertex& To) {
-  Vessik_Line& line = lines_.emplace_back();
-  line.Vessik_IEntity_Parent(parent_);
-  line.Id = Id;
-  line.Layer = Layer;
-  line.Color = Color;
+  // Id, Layer, Colour and parent are the polyline's own, shared by every segment.
+  Vessik_PolySegment& line = lines_.emplace_back();
   line.X1 = From.X;
   line.Y1 = From.Y;
   line.Z1 = From.Z;
@@ -58,19 +55,20 @@ void Vessik_Polyline::AddSegment(const VertexValues& From, const Vessik_Vertex& 
 void Vessik_Polyline::AddClosingSegment(double Bulge) {
   // From the end of the last segment back to the start of the first, at height 0
   // whatever the Z of its ends.
-  const Vessik_Line& last = lines_.back();
-  const Vessik_Line& first = lines_.front();
-  Vessik_Line line;
-  line.Vessik_IEntity_Parent(parent_);
-  line.Id = Id;
-  line.Layer = Layer;
-  line.Color = Color;
-  line.X1 = last.X2;
-  line.Y1 = last.Y2;
-  line.X2 = first.X1;
-  line.Y2 = first.Y1;
+  Vessik_PolySegment line;
+  line.X1 = lines_.back().X2;
+  line.Y1 = lines_.back().Y2;
+  line.X2 = lines_.front().X1;
+  line.Y2 = lines_.front().Y1;
   line.Bulge = Bulge;
-  lines_.push_back(std::move(line));
+  lines_.push_back(line);
+}
+
+std::vector<Vessik_Line> Vessik_Polyline::Lines() const {
+  std::vector<Vessik_Line> lines;
+  lines.reserve(lines_.size());
+  for (const Vessik_PolySegment& segment : lines_) lines.push_back(segment.ToLine(*this));
+  return lines;
 }
 
 int32_t Vessik_Polyline::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) {
@@ -160,7 +158,7 @@ std::string Vessik_Polyline::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
     // Each segment then applies the chain once more when it prints: inside a block
     // the placement reaches polyline segments twice.
     Vessik_Aaa aaa;
-    for (Vessik_Line& line : lines_) {
+    for (Vessik_PolySegment& line : lines_) {
       Vessik_Point Q;
       aaa.trans(Q, Vessik_Point(line.X1, line.Y1, line.Z1), E);
       Q = Q.rot_sca_abs(parent_);
@@ -176,15 +174,16 @@ std::string Vessik_Polyline::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
     }
   }
   std::string result;
-  for (Vessik_Line& line : lines_) {
-    result += line.Vessik_IEntity_ToString(Layers);
+  result.reserve(lines_.size() * 128);
+  for (const Vessik_PolySegment& segment : lines_) {
+    result += segment.ToLine(*this).Vessik_IEntity_ToString(Layers);
     PumpMessages();
   }
   return result;
 }
 
 void Vessik_Polyline::Vessik_IEntity_Release() {
-  for (Vessik_Line& line : lines_) line.Vessik_IEntity_Release();
+  // The segments hold no parent of their own: clearing the polyline's clears theirs.
   parent_ = nullptr;
 }
 

@@ -8,6 +8,7 @@
 
 #include "entities/Vessik_Entity.h"
 #include "entities/Vessik_Line.h"
+#include "entities/Vessik_PolySegment.h"
 
 namespace vessik {
 
@@ -26,7 +27,8 @@ class Vessik_Polyline : public Vessik_Entity {
   std::string Vessik_IEntity_ToString(Vessik_Layers& Layers) override;
   void Vessik_IEntity_Release() override;
 
-  const std::vector<Vessik_Line>& Lines() const { return lines_; }
+  // The line entities of the segments, in order.
+  std::vector<Vessik_Line> Lines() const;
 
  private:
   struct VertexValues {
@@ -35,7 +37,7 @@ class Vessik_Polyline : public Vessik_Entity {
   void AddSegment(const VertexValues& From, const Vessik_Vertex& To);
   void AddClosingSegment(double Bulge);
 
-  std::vector<Vessik_Line> lines_;
+  std::vector<Vessik_PolySegment> lines_;
 };
 
 }  // namespace vessik

@@ -11,6 +11,7 @@
 #include "entities/Vessik_Insert.h"
 #include "entities/Vessik_Line.h"
 #include "entities/Vessik_LwPolyline.h"
+#include "entities/Vessik_PolySegment.h"
 #include "entities/Vessik_Polyline.h"
 #include "entities/Vessik_Spline.h"
 #include "entities/Vessik_Vertex.h"

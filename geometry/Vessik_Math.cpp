@@ -155,7 +155,12 @@ int32_t RoundToLong(double A) {
 
 int32_t CeilToLong(double A) {
   int32_t i = RoundToLong(A);
-  if (A - i > 0) return i + 1;
+  if (A - i > 0) {
+    // One above the largest integer does not fit: the same failure as any other
+    // integer overflow.
+    if (i == INT32_MAX) RaisePlatformError(errnum::Overflow);
+    return i + 1;
+  }
   return i;
 }
 

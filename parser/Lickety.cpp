@@ -52,13 +52,29 @@ Lickety::Lines::Lines(FileBytes&& bytes, int64_t BlockSize, std::string_view Lin
   const size_t block = static_cast<size_t>(BlockSize);
   const size_t lastSize = size == 0 ? 0 : (size % block == 0 ? block : size % block);
   const size_t lastStart = size - lastSize;
-  // The last delimiter of the file, found from its end.
+  // The last delimiter of the file. Occurrences count from left to right without
+  // overlap; for a delimiter that cannot overlap itself (a line end) that is simply
+  // the last one, found from the end. One that can ("aa" in "aaa") needs the scan
+  // from the start, or the last occurrence found would not be one of the scan's.
+  const size_t n = delim_.size();
+  bool selfOverlapping = false;
+  for (size_t k = 1; k < n; ++k) {
+    if (std::memcmp(delim_.data(), delim_.data() + n - k, k) == 0) selfOverlapping = true;
+  }
   size_t lastEnd = 0;  // 0: none
   const char* data = bytes_.data();
-  for (size_t p = size; p >= delim_.size(); --p) {
-    if (std::memcmp(data + p - delim_.size(), delim_.data(), delim_.size()) == 0) {
+  if (selfOverlapping) {
+    const std::string_view text(data, size);
+    for (size_t p = text.find(delim_); p != std::string_view::npos; p = text.find(delim_, p)) {
+      p += n;
       lastEnd = p;
-      break;
+    }
+  } else {
+    for (size_t p = size; p >= n; --p) {
+      if (std::memcmp(data + p - n, delim_.data(), n) == 0) {
+        lastEnd = p;
+        break;
+      }
     }
   }
   end_ = lastEnd;

@@ -69,7 +69,7 @@ double ReadRadix(Filtered& in, int shift) {
 
 // Decimal text to the correctly rounded double; beyond the range of a double it
 // is an infinity of the number's sign, below it a zero.
-double DecimalToDouble(const char* begin, const char* end, int magnitude) {
+double DecimalToDouble(const char* begin, const char* end, int64_t magnitude) {
   double value = 0;
   auto result = std::from_chars(begin, end, value);
   if (result.ec == std::errc::result_out_of_range) {
@@ -134,9 +134,10 @@ double ReadNumber(std::string_view text, bool commaIsPoint) {
     in.Next();
     c = in.Peek();
   }
-  int digits = 0;
-  int intDigits = 0;     // significant digits before the point
-  int leadingZeros = 0;  // zeros right behind the point before the first digit
+  // Counted in 64 bits: a value line may be longer than any int.
+  int64_t digits = 0;
+  int64_t intDigits = 0;     // significant digits before the point
+  int64_t leadingZeros = 0;  // zeros right behind the point before the first digit
   bool seenNonZero = false;
   while (IsDigit(c)) {
     num.Push(static_cast<char>(c));
@@ -160,7 +161,7 @@ double ReadNumber(std::string_view text, bool commaIsPoint) {
     }
   }
   if (digits == 0) return 0;
-  long exponent = 0;
+  int64_t exponent = 0;
   if (c == 'E' || c == 'e' || c == 'D' || c == 'd') {
     size_t keep = num.size();
     num.Push('e');
@@ -188,7 +189,7 @@ double ReadNumber(std::string_view text, bool commaIsPoint) {
       exponent = -exponent;
     }
   }
-  int magnitude = static_cast<int>(exponent) + (intDigits > 0 ? intDigits : -leadingZeros);
+  int64_t magnitude = exponent + (intDigits > 0 ? intDigits : -leadingZeros);
   return DecimalToDouble(num.begin(), num.end(), magnitude);
 }
 
@@ -331,7 +332,10 @@ void AppendDouble(std::string& out, double value) {
   int exp10 = 0;
   bool negative = false;
   split(res.ptr, digits, count, exp10, negative);
-  if (count > 15) {
+  // The shortest form of a normal double with at most 15 digits is also its value
+  // rounded to 15 digits; a subnormal has fewer bits than 15 digits need, so its
+  // shortest form can be shorter than the rounded one.
+  if (count > 15 || std::fabs(value) < std::numeric_limits<double>::min()) {
     res = std::to_chars(buf, buf + sizeof(buf), value, std::chars_format::scientific, 14);
     split(res.ptr, digits, count, exp10, negative);
     while (count > 1 && digits[count - 1] == '0') --count;

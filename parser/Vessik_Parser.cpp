@@ -1,6 +1,7 @@
 #include "parser/Vessik_Parser.h"
 
 #include <cstring>
+#include <new>
 
 #include "entities/Vessik_Insert.h"
 #include "parser/GroupPairs.h"
@@ -43,6 +44,18 @@ void Vessik_Parser::SetLayers(Vessik_Layers& layers) {
 
 std::string Vessik_Parser::Parse2(const std::string& TheFile, Vessik_CommonData* Data,
                                   Vessik_Progress* Progress) {
+  try {
+    return RunStages(TheFile, Data, Progress);
+  } catch (const std::bad_alloc&) {
+    // A drawing too large for the memory at hand ends like any other failure.
+    root_.reset();
+    GroupPairs().Clear();
+    RaisePlatformError(errnum::OutOfMemory);
+  }
+}
+
+std::string Vessik_Parser::RunStages(const std::string& TheFile, Vessik_CommonData* Data,
+                                     Vessik_Progress* Progress) {
   LoadDXF(TheFile);
   std::vector<Vessik_Section> sections = ParseSections();
   Vessik_Layers layers = ParseLayers(sections);

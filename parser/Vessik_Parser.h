@@ -49,6 +49,8 @@ class Vessik_Parser {
 
  private:
   void SetLayers(Vessik_Layers& layers);
+  std::string RunStages(const std::string& TheFile, Vessik_CommonData* Data,
+                        Vessik_Progress* Progress);
 
   std::unique_ptr<Vessik_Insert> root_;
   Vessik_Layers layers_;

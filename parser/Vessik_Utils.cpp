@@ -1,5 +1,7 @@
 #include "parser/Vessik_Utils.h"
 
+#include <time.h>
+
 #include <chrono>
 #include <utility>
 
@@ -12,17 +14,12 @@ struct PumpState {
   std::function<void()> hook;
   std::function<void(const std::string&)> messageBox;
   int32_t lastTick = 0;
-  // The clock is read once every few calls: the long loops call the pump per pair,
-  // and a clock read per pair would cost more than the pair itself.
-  uint32_t countdown = 0;
 };
 
 PumpState& State() {
   thread_local PumpState state;
   return state;
 }
-
-constexpr uint32_t kCallsPerClockRead = 64;
 
 }  // namespace
 
@@ -31,6 +28,17 @@ double ParseDouble(std::string_view text) {
 }
 
 int32_t TickCount() {
+#ifdef CLOCK_MONOTONIC_COARSE
+  // The coarse clock costs a few nanoseconds, which matters since the long loops
+  // read it for every pair; its resolution of a few milliseconds is finer than the
+  // 100 ms that the pump asks for.
+  timespec ts;
+  if (clock_gettime(CLOCK_MONOTONIC_COARSE, &ts) == 0) {
+    uint64_t ms =
+        static_cast<uint64_t>(ts.tv_sec) * 1000u + static_cast<uint64_t>(ts.tv_nsec) / 1000000u;
+    return static_cast<int32_t>(static_cast<uint32_t>(ms));
+  }
+#endif
   auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(
                 std::chrono::steady_clock::now().time_since_epoch())
                 .count();
@@ -38,25 +46,28 @@ int32_t TickCount() {
 }
 
 void PumpMessages() {
+  // Every call reads the tick; the host's messages run when 100 ms or more have
+  // passed since the last run. Without a hook there is nothing to run, but the tick
+  // is kept all the same.
   PumpState& s = State();
-  if (!s.hook) return;
-  if (s.countdown > 0) {
-    --s.countdown;
-    return;
-  }
-  s.countdown = kCallsPerClockRead - 1;
   int32_t tick = TickCount();
   int32_t elapsed =
       static_cast<int32_t>(static_cast<uint32_t>(tick) - static_cast<uint32_t>(s.lastTick));
   if (elapsed >= 100) {
+    // The host's messages are the host's affair: nothing they raise may end a
+    // parse, and the pump also runs while the drawing is being freed.
+    if (s.hook) {
+      try {
+        s.hook();
+      } catch (...) {
+      }
+    }
     s.lastTick = tick;
-    s.hook();
   }
 }
 
 void SetPumpHook(std::function<void()> hook) {
   State().hook = std::move(hook);
-  State().countdown = 0;
 }
 
 void SetMessageBoxHook(std::function<void(const std::string&)> hook) {

@@ -308,3 +308,31 @@ TEST(Arc, TransformedArcCarriesOnlyThePlacedValues) {
 
 }  // namespace
 }  // namespace vessik
+
+namespace vessik {
+namespace {
+
+TEST(Arc, RecordLayout) {
+  EXPECT_EQ(Vessik_Arc::ToString(7, "L", 1, 65280, 1.5, -2, 0, 3, 10, 370),
+            "7\t66\tL\t1\t65280\t0\t0\t0\t0\t0\t0\t1.5\t-2\t0\t3\t10\t370\t\r\n");
+}
+
+}  // namespace
+}  // namespace vessik
+
+namespace vessik {
+namespace {
+
+TEST(Arc, MirroringOfAHugeAngleEnds) {
+  auto rec = Records(ParseDrawing(ArcPairs(0, 0, 1, 1e15, 2e15, {{230, "-1"}})));
+  ASSERT_EQ(rec.size(), 1u);
+  const double sa = std::stod(rec[0][15]);
+  const double ea = std::stod(rec[0][16]);
+  EXPECT_GT(sa, 0);
+  EXPECT_LE(sa, 360);
+  EXPECT_GT(ea, 0);
+  EXPECT_LE(ea, 360);
+}
+
+}  // namespace
+}  // namespace vessik

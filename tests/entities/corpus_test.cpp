@@ -70,7 +70,9 @@ TEST_P(Corpus, GivesTextOrNumberedFailure) {
 }
 
 std::string TestName(const testing::TestParamInfo<std::string>& info) {
-  std::string name = "f" + std::to_string(info.index) + "_";
+  std::string name = "f";
+  name += std::to_string(info.index);
+  name += '_';
   for (char c : info.param) {
     name += (std::isalnum(static_cast<unsigned char>(c)) != 0) ? c : '_';
   }

@@ -101,12 +101,19 @@ TEST(Insert, SelfReferenceFailsWithOutOfStackSpace) {
 }
 
 // Blocks B1 to Bn, each holding a reference to the next and the last a line.
+// "B" and the number, built by appending (a literal + string trips a false
+// warning of one compiler).
+std::string BlockName(int k) {
+  std::string name = "B";
+  name += std::to_string(k);
+  return name;
+}
+
 Pairs Chain(int n) {
   Pairs blocks;
   for (int k = 1; k <= n; ++k) {
-    Pairs content =
-        k < n ? Pairs{{0, "INSERT"}, {2, "B" + std::to_string(k + 1)}, {10, "1"}} : kLine;
-    Pairs b = test::Block("B" + std::to_string(k), content);
+    Pairs content = k < n ? Pairs{{0, "INSERT"}, {2, BlockName(k + 1)}, {10, "1"}} : kLine;
+    Pairs b = test::Block(BlockName(k), content);
     blocks.insert(blocks.end(), b.begin(), b.end());
   }
   return blocks;
@@ -210,6 +217,67 @@ TEST(Insert, FailingItemIsLeftOutOfTheText) {
       {{0, "ARC"}, {40, "1"}, {51, "90"}, {220, "0.01"}, {230, "0"}, {0, "LINE"}, {10, "8"}}));
   ASSERT_EQ(rec.size(), 1u);
   EXPECT_EQ(rec[0][5], "8");
+}
+
+}  // namespace
+}  // namespace vessik
+
+namespace vessik {
+namespace {
+
+TEST(Insert, EmptyEntitiesSectionGivesARootWithAnEmptyCollection) {
+  test::TempFile f(test::Drawing({}));
+  Vessik_Parser::LoadDXF(f.Path());
+  auto sections = Vessik_Parser::ParseSections();
+  Vessik_Layers layers;
+  Vessik_Parser parser;
+  Vessik_CommonData data = test::TestData();
+  Vessik_Progress progress;
+  auto root = parser.ParseEntities(sections, {}, layers, &data, &progress);
+  ASSERT_TRUE(root);
+  ASSERT_TRUE(root->Entities);
+  EXPECT_EQ(root->Entities->Count(), 0);
+  EXPECT_EQ(root->Vessik_IEntity_Parent(), nullptr);
+  EXPECT_EQ(root->XScale(), 1);
+  EXPECT_EQ(root->Vessik_IEntity_ToString(layers), "");
+  root->Vessik_IEntity_Release();
+}
+
+}  // namespace
+}  // namespace vessik
+
+namespace vessik {
+namespace {
+
+TEST(Insert, ReleaseWithoutEntitiesFailsWithItsOwnNumber) {
+  Vessik_Insert ins;
+  Vessik_Layers layers;
+  EXPECT_EQ(ins.Vessik_IEntity_Color(layers), 0);
+  try {
+    ins.Vessik_IEntity_Release();
+    FAIL() << "no failure";
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), static_cast<int32_t>(0x80040064u));
+    EXPECT_EQ(e.Source(), "Rendak.Vessik_Insert.Vessik_IEntity_Release");
+    EXPECT_EQ(e.Description(), "Vessik_Insert component failure");
+  }
+}
+
+TEST(Insert, RepeatAndExtrusionGroupsHaveNoEffect) {
+  auto rec = Records(ParseDrawing({{0, "INSERT"},
+                                   {2, "B"},
+                                   {10, "5"},
+                                   {70, "3"},
+                                   {71, "2"},
+                                   {44, "10"},
+                                   {45, "10"},
+                                   {210, "0"},
+                                   {220, "0"},
+                                   {230, "-1"}},
+                                  {{"0", 7}}, test::Block("B", kLine)));
+  ASSERT_EQ(rec.size(), 1u);
+  EXPECT_EQ(rec[0][5], "6");
+  EXPECT_EQ(rec[0][6], "2");
 }
 
 }  // namespace

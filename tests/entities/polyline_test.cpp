@@ -3,8 +3,10 @@
 #include <array>
 
 #include "EntityTestUtil.h"
+#include "entities/Vessik_Insert.h"
 #include "entities/Vessik_LwPolyline.h"
 #include "entities/Vessik_Polyline.h"
+#include "entities/Vessik_Vertex.h"
 #include "parser/GroupPairs.h"
 
 namespace vessik {
@@ -324,6 +326,72 @@ TEST(Polyline, FailedVertexStillMakesItsSegment) {
   ASSERT_EQ(rec.size(), 1u);
   EXPECT_EQ(rec[0][5], "1");
   EXPECT_EQ(rec[0][8], "2");
+}
+
+}  // namespace
+}  // namespace vessik
+
+namespace vessik {
+namespace {
+
+TEST(LwPolyline, ReleaseClearsTheParentOfEveryLine) {
+  GroupPairs().Assign(
+      {{10, "0"}, {20, "0"}, {10, "1"}, {20, "0"}, {10, "1"}, {20, "1"}, {0, "SEQEND"}});
+  Vessik_Insert parent;
+  Vessik_LwPolyline p;
+  p.Vessik_IEntity_Parent(&parent);
+  Vessik_Layers layers;
+  EXPECT_EQ(p.Vessik_IEntity_Read(0, layers), 5);
+  ASSERT_EQ(p.Lines().size(), 2u);
+  EXPECT_EQ(p.Lines()[1].Vessik_IEntity_Parent(), &parent);
+  p.Vessik_IEntity_Release();
+  EXPECT_EQ(p.Vessik_IEntity_Parent(), nullptr);
+  EXPECT_EQ(p.Lines()[0].Vessik_IEntity_Parent(), nullptr);
+  EXPECT_EQ(p.Lines()[1].Vessik_IEntity_Parent(), nullptr);
+  GroupPairs().Clear();
+}
+
+TEST(Polyline, ReleaseClearsTheParentOfEveryLine) {
+  GroupPairs().Assign({{70, "1"},
+                       {0, "VERTEX"},
+                       {10, "1"},
+                       {0, "VERTEX"},
+                       {10, "2"},
+                       {0, "VERTEX"},
+                       {20, "3"},
+                       {0, "SEQEND"}});
+  Vessik_Insert parent;
+  Vessik_Polyline p;
+  p.Vessik_IEntity_Parent(&parent);
+  Vessik_Layers layers;
+  EXPECT_EQ(p.Vessik_IEntity_Read(0, layers), 6);
+  // Two segments and the closing one; the third vertex keeps X 2 of the second.
+  ASSERT_EQ(p.Lines().size(), 3u);
+  EXPECT_EQ(p.Lines()[1].X2, 2);
+  EXPECT_EQ(p.Lines()[1].Y2, 3);
+  EXPECT_EQ(p.Lines()[2].X1, 2);
+  EXPECT_EQ(p.Lines()[2].X2, 1);
+  p.Vessik_IEntity_Release();
+  for (const Vessik_Line& l : p.Lines()) EXPECT_EQ(l.Vessik_IEntity_Parent(), nullptr);
+  GroupPairs().Clear();
+}
+
+TEST(Vertex, ReadReturnsTheEndingCodeZeroAndResetsBulge) {
+  GroupPairs().Assign({{42, "0.5"}, {8, "B"}, {10, "4"}, {0, "VERTEX"}});
+  Vessik_Layers layers{std::make_shared<Vessik_Layer>(), std::make_shared<Vessik_Layer>()};
+  layers[1]->Name.assign(1, 'B');
+  Vessik_Vertex v;
+  v.Bulge = 9;
+  EXPECT_EQ(v.Read(0, layers), 3);
+  EXPECT_EQ(v.Bulge, 0.5);
+  EXPECT_EQ(v.Layer, 1);
+  EXPECT_EQ(v.X, 4);
+  GroupPairs().Assign({{8, "NONE"}, {0, "SEQEND"}});
+  EXPECT_EQ(v.Read(0, layers), 1);
+  EXPECT_EQ(v.Bulge, 0);
+  EXPECT_EQ(v.Layer, 1);
+  EXPECT_EQ(layers.size(), 2u);
+  GroupPairs().Clear();
 }
 
 }  // namespace

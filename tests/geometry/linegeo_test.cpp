@@ -58,7 +58,7 @@ TEST(LineGeo, NoLayerPrintsNoNameWhite) {
   g.Pe = Vessik_Point(3, 4, 9);
   g.Init(5, -1, nullptr);
   Vessik_Layers layers{std::make_shared<Vessik_Layer>()};
-  layers[0]->Name = "0";
+  layers[0]->Name.assign(1, '0');
   // Z of the ends is dropped with no parent too.
   EXPECT_EQ(g.Vessik_IEntity_ToString(layers),
             "5\t83\tNoName\t-1\t16777215\t1\t2\t0\t3\t4\t0\t0\t0\t0\t0\t0\t0\t\r\n");

@@ -1,0 +1,347 @@
+// The free routines of the geometry kernel: constants, colours, handles,
+// trigonometry, rounding and angle normalisation.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "geometry/Vessik_Math.h"
+#include "parser/Vessik_Error.h"
+
+namespace vessik {
+namespace {
+
+int32_t Rgb(int r, int g, int b) {
+  return r + 256 * g + 65536 * b;
+}
+
+template <class F>
+void ExpectFailure(F&& f, int32_t number) {
+  try {
+    f();
+    ADD_FAILURE() << "no failure raised, expected " << number;
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), number);
+  }
+}
+
+}  // namespace
+
+TEST(MathConstants, FifteenDigitPi) {
+  EXPECT_EQ(Pi, 3.14159265358979);
+  EXPECT_NE(Pi, 3.141592653589793);
+  EXPECT_EQ(TwoPi, 6.28318530717958);
+  EXPECT_EQ(HalfPi, Pi / 2);
+  EXPECT_EQ(HalfPi, 1.570796326794895);
+  EXPECT_EQ(ThreeHalfPi, 4.712388980384685);
+  EXPECT_EQ(MostNegative, -1.79769313486231E+308);
+}
+
+TEST(ColorFromACI, FixedTable) {
+  EXPECT_EQ(ColorFromACI(0), 0);
+  EXPECT_EQ(ColorFromACI(1), Rgb(255, 0, 0));
+  EXPECT_EQ(ColorFromACI(1), 255);
+  EXPECT_EQ(ColorFromACI(2), Rgb(255, 255, 0));
+  EXPECT_EQ(ColorFromACI(3), Rgb(0, 255, 0));
+  EXPECT_EQ(ColorFromACI(3), 65280);
+  EXPECT_EQ(ColorFromACI(4), Rgb(0, 255, 255));
+  EXPECT_EQ(ColorFromACI(5), Rgb(0, 0, 255));
+  EXPECT_EQ(ColorFromACI(6), Rgb(255, 0, 255));
+  EXPECT_EQ(ColorFromACI(7), 16777215);
+  EXPECT_EQ(ColorFromACI(8), Rgb(128, 128, 128));
+  EXPECT_EQ(ColorFromACI(9), Rgb(192, 192, 192));
+  EXPECT_EQ(ColorFromACI(250), Rgb(51, 51, 51));
+  EXPECT_EQ(ColorFromACI(251), Rgb(91, 91, 91));
+  EXPECT_EQ(ColorFromACI(252), Rgb(132, 132, 132));
+  EXPECT_EQ(ColorFromACI(253), Rgb(173, 173, 173));
+  EXPECT_EQ(ColorFromACI(254), Rgb(214, 214, 214));
+  EXPECT_EQ(ColorFromACI(255), Rgb(255, 255, 255));
+}
+
+TEST(ColorFromACI, ZeroByLayerAndAbove256) {
+  EXPECT_EQ(ColorFromACI(0), 0);
+  EXPECT_EQ(ColorFromACI(256), -1);
+  EXPECT_EQ(ColorFromACI(257), 0);
+  EXPECT_EQ(ColorFromACI(1000), 0);
+  EXPECT_EQ(ColorFromACI(2147483647), 0);
+}
+
+TEST(ColorFromACI, NegativeIndexGivesThePositiveColour) {
+  EXPECT_EQ(ColorFromACI(-1), 255);
+  EXPECT_EQ(ColorFromACI(-7), 16777215);
+  EXPECT_EQ(ColorFromACI(-256), -1);
+  EXPECT_EQ(ColorFromACI(-11), ColorFromACI(11));
+}
+
+TEST(ColorFromACI, SmallestNumberOverflows) {
+  ExpectFailure([] { ColorFromACI(std::numeric_limits<int32_t>::min()); }, errnum::Overflow);
+}
+
+TEST(ColorFromACI, HueRuleExamples) {
+  EXPECT_EQ(ColorFromACI(10), Rgb(255, 0, 0));
+  // 127.5 rounds to 128.
+  EXPECT_EQ(ColorFromACI(11), Rgb(255, 128, 128));
+  EXPECT_EQ(ColorFromACI(11), 8421631);
+  EXPECT_EQ(ColorFromACI(12), Rgb(204, 0, 0));
+  // H = 30: r = 1, g = 0.5, b = 0.
+  EXPECT_EQ(ColorFromACI(30), Rgb(255, 128, 0));
+  EXPECT_EQ(ColorFromACI(30), 33023);
+}
+
+TEST(ColorFromACI, Index249RoundsHalfToEven) {
+  // (76.5, 38.25, 47.8125): 76.5 goes to 76.
+  EXPECT_EQ(ColorFromACI(249), Rgb(76, 38, 48));
+  EXPECT_EQ(ColorFromACI(249), 3155532);
+}
+
+TEST(ColorFromACI, HueBoundaries) {
+  // Index 90: H = 120, the second band: r = 0, g = 2 -> 1, b = 0.
+  EXPECT_EQ(ColorFromACI(90), Rgb(0, 255, 0));
+  // Index 170: H = 240, the third band: r = 0, g = 0, b = 2 -> 1.
+  EXPECT_EQ(ColorFromACI(170), Rgb(0, 0, 255));
+  // Index 240: H = 345: r = 1.75 -> 1, g = 0, b = 0.25.
+  EXPECT_EQ(ColorFromACI(240), Rgb(255, 0, 64));
+  // Index 15: odd, d = 5, V = 0.6: (1 - 0.5 * 1) * 0.6 * 255 = 76.5 -> 76.
+  EXPECT_EQ(ColorFromACI(15), Rgb(153, 76, 76));
+}
+
+TEST(MakeRGB, PacksWithoutMasking) {
+  EXPECT_EQ(MakeRGB(1, 2, 3), 197121);
+  EXPECT_EQ(MakeRGB(255, 255, 255), 16777215);
+  EXPECT_EQ(MakeRGB(256, 0, 0), 256);
+  EXPECT_EQ(MakeRGB(0, 256, 0), 65536);
+}
+
+TEST(MinMaxOf, FirstOnlyWhenStrictlyBetter) {
+  EXPECT_EQ(MinOf(1, 2), 1);
+  EXPECT_EQ(MinOf(2, 1), 1);
+  EXPECT_EQ(MaxOf(1, 2), 2);
+  EXPECT_EQ(MaxOf(2, 1), 2);
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  // A comparison with a NaN is false, so the second argument comes back.
+  EXPECT_EQ(MinOf(nan, 1), 1);
+  EXPECT_TRUE(std::isnan(MinOf(1, nan)));
+  EXPECT_EQ(MaxOf(nan, 1), 1);
+  EXPECT_TRUE(std::isnan(MaxOf(1, nan)));
+  // Equal zeros of both signs: the second.
+  EXPECT_TRUE(std::signbit(MinOf(0.0, -0.0)));
+  EXPECT_FALSE(std::signbit(MaxOf(-0.0, 0.0)));
+}
+
+TEST(HandleToId, HexadecimalHandles) {
+  EXPECT_EQ(HandleToId("2F"), 47);
+  EXPECT_EQ(HandleToId("2f"), 47);
+  EXPECT_EQ(HandleToId("2A"), 42);
+  EXPECT_EQ(HandleToId(""), 0);
+  EXPECT_EQ(HandleToId("0"), 0);
+}
+
+TEST(HandleToId, SixteenAndThirtyTwoBitRule) {
+  EXPECT_EQ(HandleToId("FFFF"), -1);
+  EXPECT_EQ(HandleToId("8000"), -32768);
+  EXPECT_EQ(HandleToId("7FFF"), 32767);
+  EXPECT_EQ(HandleToId("0000FFFF"), -1);
+  EXPECT_EQ(HandleToId("10000"), 65536);
+  EXPECT_EQ(HandleToId("FFFFFFFF"), -1);
+  EXPECT_EQ(HandleToId("7FFFFFFF"), 2147483647);
+  EXPECT_EQ(HandleToId("80000000"), -2147483647 - 1);
+  // Nine digits and more: only the low 32 bits count.
+  EXPECT_EQ(HandleToId("123456789"), 0x23456789);
+  EXPECT_EQ(HandleToId("3B05000004F137"), 323895);
+}
+
+TEST(HandleToId, StopsAtNonDigitAndSkipsBlanks) {
+  EXPECT_EQ(HandleToId("2G5"), 2);
+  EXPECT_EQ(HandleToId("G"), 0);
+  EXPECT_EQ(HandleToId(" 2F"), 47);
+  EXPECT_EQ(HandleToId("2 F"), 47);
+  EXPECT_EQ(HandleToId("2\tF\n"), 47);
+  EXPECT_EQ(HandleToId("2F\r"), 47);
+  EXPECT_EQ(HandleToId("2,F"), 2);
+}
+
+TEST(ArcTan2, XComesFirst) {
+  EXPECT_EQ(ArcTan2(0, 0), 0);
+  EXPECT_EQ(ArcTan2(-1, 0), Pi);
+  EXPECT_EQ(ArcTan2(-1, 0), 3.14159265358979);
+  EXPECT_EQ(ArcTan2(0, 1), 1.570796326794895);
+  EXPECT_EQ(ArcTan2(0, 5), 1.570796326794895);
+  EXPECT_EQ(ArcTan2(0, -1), -1.570796326794895);
+  EXPECT_EQ(ArcTan2(1, 1), std::atan(1.0));
+  EXPECT_EQ(ArcTan2(1, -1), -std::atan(1.0));
+  // The left half-plane lies above Pi/2: up to but not including 3 Pi/2.
+  EXPECT_EQ(ArcTan2(-1, 1), std::atan(-1.0) + Pi);
+  EXPECT_EQ(ArcTan2(-1, -1), std::atan(1.0) + Pi);
+  EXPECT_GT(ArcTan2(-1, -1), Pi);
+  EXPECT_LT(ArcTan2(-1, -1), ThreeHalfPi);
+}
+
+TEST(ArcSin, EndsAndJump) {
+  EXPECT_EQ(ArcSin(1), 1.570796326794895);
+  EXPECT_EQ(ArcSin(-1), 4.712388980384685);
+  EXPECT_EQ(ArcSin(0), 0);
+  EXPECT_EQ(ArcSin(0.5), std::atan(0.5 / std::sqrt((-0.5) * 0.5 + 1)));
+  EXPECT_TRUE(std::isnan(ArcSin(2)));
+}
+
+TEST(ArcCos, EndsAndPlatformArctangent) {
+  EXPECT_EQ(ArcCos(1), 0);
+  EXPECT_EQ(ArcCos(-1), Pi);
+  // 2 * atan(1) from the platform, not the fifteen-digit Pi / 2.
+  EXPECT_EQ(ArcCos(0), 2 * std::atan(1.0));
+  EXPECT_EQ(ArcCos(0), 1.5707963267948966);
+  EXPECT_NE(ArcCos(0), HalfPi);
+  EXPECT_EQ(ArcCos(0.5), std::atan(-0.5 / std::sqrt((-0.5) * 0.5 + 1)) + 2 * std::atan(1.0));
+  EXPECT_TRUE(std::isnan(ArcCos(-2)));
+}
+
+TEST(FloatMod, SignOfTheDivisor) {
+  EXPECT_EQ(FloatMod(7, 3), (7.0 / 3 - std::floor(7.0 / 3)) * 3);
+  EXPECT_EQ(FloatMod(6, 3), 0);
+  const double negative = FloatMod(-1, 360);
+  EXPECT_GT(negative, 0);
+  EXPECT_EQ(negative, (-1.0 / 360 + 1) * 360);
+  EXPECT_LT(FloatMod(1, -360), 0);
+  EXPECT_EQ(FloatMod(1, -360), (1.0 / -360 + 1) * -360);
+  EXPECT_TRUE(std::isnan(FloatMod(1, 0)));
+}
+
+TEST(RoundToLong, HalfToEven) {
+  EXPECT_EQ(RoundToLong(2.5), 2);
+  EXPECT_EQ(RoundToLong(3.5), 4);
+  EXPECT_EQ(RoundToLong(0.5), 0);
+  EXPECT_EQ(RoundToLong(1.5), 2);
+  EXPECT_EQ(RoundToLong(-2.5), -2);
+  EXPECT_EQ(RoundToLong(-3.5), -4);
+  EXPECT_EQ(RoundToLong(2.4999), 2);
+  EXPECT_EQ(RoundToLong(2147483647.4), 2147483647);
+  EXPECT_EQ(RoundToLong(-2147483648.5), -2147483647 - 1);
+}
+
+TEST(RoundToLong, OutOfRangeOverflows) {
+  ExpectFailure([] { RoundToLong(2147483647.5); }, errnum::Overflow);
+  ExpectFailure([] { RoundToLong(-2147483649.0); }, errnum::Overflow);
+  ExpectFailure([] { RoundToLong(std::numeric_limits<double>::quiet_NaN()); }, errnum::Overflow);
+  ExpectFailure([] { RoundToLong(std::numeric_limits<double>::infinity()); }, errnum::Overflow);
+}
+
+TEST(CeilToLong, Examples) {
+  EXPECT_EQ(CeilToLong(2), 2);
+  // i = 2 and a positive rest.
+  EXPECT_EQ(CeilToLong(2.5), 3);
+  // i = 4 and a negative rest.
+  EXPECT_EQ(CeilToLong(3.5), 4);
+  EXPECT_EQ(CeilToLong(2.1), 3);
+  EXPECT_EQ(CeilToLong(-2.5), -2);
+  EXPECT_EQ(CeilToLong(-2.7), -2);
+  EXPECT_EQ(CeilToLong(0), 0);
+}
+
+TEST(CeilToLong, AboveTheLargestIntegerOverflows) {
+  EXPECT_EQ(CeilToLong(2147483646.5), 2147483647);
+  EXPECT_EQ(CeilToLong(2147483647), 2147483647);
+  // Rounds to the largest integer, and the one more does not fit.
+  ExpectFailure([] { CeilToLong(2147483647.25); }, errnum::Overflow);
+}
+
+TEST(Deg2Rad, DivisionInTheBracketFirst) {
+  EXPECT_EQ(Deg2Rad(180), 180 / (180 / Pi));
+  EXPECT_EQ(Deg2Rad(90), 90 / (180 / Pi));
+  EXPECT_EQ(Deg2Rad(0), 0);
+}
+
+TEST(Rad2Deg, MultiplicationFirstThenNormalised) {
+  EXPECT_EQ(Rad2Deg(Pi, 0), Pi * 180 / Pi);
+  EXPECT_EQ(Rad2Deg(Pi, 0), 180);
+  EXPECT_EQ(Rad2Deg(-Pi / 2, 0), 270);
+  EXPECT_EQ(Rad2Deg(-Pi / 2, -180), -90);
+  EXPECT_EQ(Rad2Deg(0.1, 0), 0.1 * 180 / Pi);
+}
+
+TEST(NormDegrees, Examples) {
+  EXPECT_EQ(NormDegrees(-720, 0), 360);
+  EXPECT_EQ(NormDegrees(720, 0), 0);
+  EXPECT_EQ(NormDegrees(365, 0), 5);
+  EXPECT_EQ(NormDegrees(-5, 0), 355);
+}
+
+TEST(NormDegrees, EachPath) {
+  // Step 1: already in range.
+  EXPECT_EQ(NormDegrees(0, 0), 0);
+  EXPECT_EQ(NormDegrees(359.5, 0), 359.5);
+  // Step 2.
+  EXPECT_EQ(NormDegrees(360, 0), 0);
+  EXPECT_EQ(NormDegrees(719, 0), 359);
+  // Step 3.
+  EXPECT_EQ(NormDegrees(-360, 0), 0);
+  // Step 4, not negative.
+  EXPECT_EQ(NormDegrees(725, 0), 5);
+  EXPECT_EQ(NormDegrees(1080, 0), 0);
+  // Step 4, negative: a whole multiple more than one turn away lands on b + 360.
+  EXPECT_EQ(NormDegrees(-725, 0), 355);
+  EXPECT_EQ(NormDegrees(-1080, 0), 360);
+  EXPECT_EQ(NormDegrees(-1085, 0), 355);
+}
+
+TEST(NormDegrees, OtherBase) {
+  EXPECT_EQ(NormDegrees(10, 90), 370);
+  EXPECT_EQ(NormDegrees(450, 90), 90);
+  EXPECT_EQ(NormDegrees(-180, -180), -180);
+  EXPECT_EQ(NormDegrees(270, -180), -90);
+  EXPECT_EQ(NormDegrees(-630, 90), 450);
+}
+
+TEST(NormDegrees, NonFiniteEndsWithoutHanging) {
+  EXPECT_TRUE(std::isnan(NormDegrees(std::numeric_limits<double>::infinity(), 0)));
+  EXPECT_TRUE(std::isnan(NormDegrees(std::numeric_limits<double>::quiet_NaN(), 0)));
+}
+
+TEST(AngleInRange, PlainRange) {
+  EXPECT_TRUE(AngleInRange(5, 0, 10, 0));
+  EXPECT_TRUE(AngleInRange(0, 0, 10, 0));
+  EXPECT_TRUE(AngleInRange(10, 0, 10, 0));
+  EXPECT_FALSE(AngleInRange(15, 0, 10, 0));
+  EXPECT_FALSE(AngleInRange(-0.5, 0, 10, 0));
+  EXPECT_TRUE(AngleInRange(10.5, 0, 10, 1));
+  EXPECT_TRUE(AngleInRange(-1, 0, 10, 1));
+  EXPECT_FALSE(AngleInRange(11.5, 0, 10, 1));
+}
+
+TEST(AngleInRange, ThroughTheWrap) {
+  EXPECT_TRUE(AngleInRange(350, 300, 20, 0));
+  EXPECT_TRUE(AngleInRange(10, 300, 20, 0));
+  EXPECT_FALSE(AngleInRange(100, 300, 20, 0));
+  EXPECT_TRUE(AngleInRange(21, 300, 20, 1));
+  EXPECT_TRUE(AngleInRange(299, 300, 20, 1));
+  // Equal ends are no wrap.
+  EXPECT_FALSE(AngleInRange(100, 20, 20, 0));
+  EXPECT_TRUE(AngleInRange(20, 20, 20, 0));
+}
+
+TEST(LayerIndex, FindsOrAppends) {
+  Vessik_Layers layers;
+  EXPECT_EQ(LayerIndex(layers, "A"), 0);
+  ASSERT_EQ(layers.size(), 1u);
+  EXPECT_EQ(layers[0]->Name, "A");
+  EXPECT_EQ(layers[0]->Color->ColorACI(), 7);
+  EXPECT_EQ(layers[0]->Color->ColorRGB(), 16777215);
+  EXPECT_EQ(LayerIndex(layers, "B"), 1);
+  EXPECT_EQ(LayerIndex(layers, "A"), 0);
+  // Exact, case-sensitive comparison.
+  EXPECT_EQ(LayerIndex(layers, "a"), 2);
+  EXPECT_EQ(LayerIndex(layers, "A "), 3);
+  EXPECT_EQ(layers.size(), 4u);
+  EXPECT_EQ(LayerIndex(layers, ""), 4);
+}
+
+TEST(LayerIndex, FirstOfTwoEqualNames) {
+  Vessik_Layers layers;
+  layers.push_back(std::make_shared<Vessik_Layer>());
+  layers.push_back(std::make_shared<Vessik_Layer>());
+  layers[0]->Name = std::string(1, 'X');
+  layers[1]->Name = std::string(1, 'X');
+  EXPECT_EQ(LayerIndex(layers, "X"), 0);
+  EXPECT_EQ(layers.size(), 2u);
+}
+
+}  // namespace vessik

@@ -1,0 +1,380 @@
+// Text to number and number to text, as every stage reads and writes them.
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <string>
+
+#include "parser/Vessik_Convert.h"
+#include "parser/Vessik_Error.h"
+#include "parser/Vessik_Utils.h"
+
+namespace vessik {
+namespace {
+
+template <class F>
+void ExpectFailure(F&& f, int32_t number, const std::string& words) {
+  try {
+    f();
+    ADD_FAILURE() << "no failure raised, expected " << number;
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), number);
+    EXPECT_EQ(e.Description(), words);
+    EXPECT_EQ(e.Source(), "");
+  }
+}
+
+const double kInf = std::numeric_limits<double>::infinity();
+
+}  // namespace
+
+// ParseDouble
+
+TEST(ParseDouble, CommaAndPointReadAlike) {
+  EXPECT_EQ(ParseDouble("1,5"), 1.5);
+  EXPECT_EQ(ParseDouble("1.5"), 1.5);
+  EXPECT_EQ(ParseDouble("-0,25"), -0.25);
+  EXPECT_EQ(ParseDouble("3,14159265358979"), 3.14159265358979);
+  // Every comma becomes a point: the second one ends the number.
+  EXPECT_EQ(ParseDouble("1,5,3"), 1.5);
+}
+
+TEST(ParseDouble, PlainDecimals) {
+  EXPECT_EQ(ParseDouble("0"), 0);
+  EXPECT_EQ(ParseDouble("42"), 42);
+  EXPECT_EQ(ParseDouble("-3.25"), -3.25);
+  EXPECT_EQ(ParseDouble("+4"), 4);
+  EXPECT_EQ(ParseDouble(".5"), 0.5);
+  EXPECT_EQ(ParseDouble("-.5"), -0.5);
+  EXPECT_EQ(ParseDouble("5."), 5);
+  EXPECT_EQ(ParseDouble("0.1"), 0.1);
+  EXPECT_EQ(ParseDouble("1e3"), 1000);
+  EXPECT_EQ(ParseDouble("1E+3"), 1000);
+  EXPECT_EQ(ParseDouble("2.5e-1"), 0.25);
+  EXPECT_EQ(ParseDouble("-1.79769313486231E+308"), -1.79769313486231E+308);
+}
+
+TEST(ParseDouble, BlanksTabsAndLineFeedsAreSkippedEverywhere) {
+  EXPECT_EQ(ParseDouble("1 2 3"), 123);
+  EXPECT_EQ(ParseDouble("  12.5  "), 12.5);
+  EXPECT_EQ(ParseDouble("\t1\t2"), 12);
+  EXPECT_EQ(ParseDouble("1\n2"), 12);
+  EXPECT_EQ(ParseDouble("- 1 . 5 E 2"), -150);
+  // A carriage return is no blank: it ends the number.
+  EXPECT_EQ(ParseDouble("12\r3"), 12);
+  EXPECT_EQ(ParseDouble("\r12"), 0);
+}
+
+TEST(ParseDouble, HexadecimalSixteenAndThirtyTwoBits) {
+  EXPECT_EQ(ParseDouble("&HFFFF"), -1);
+  EXPECT_EQ(ParseDouble("&H8000"), -32768);
+  EXPECT_EQ(ParseDouble("&H7FFF"), 32767);
+  EXPECT_EQ(ParseDouble("&H0000FFFF"), -1);
+  EXPECT_EQ(ParseDouble("&H10000"), 65536);
+  EXPECT_EQ(ParseDouble("&HFFFFFFFF"), -1);
+  EXPECT_EQ(ParseDouble("&H80000000"), -2147483648.0);
+  EXPECT_EQ(ParseDouble("&H3B05000004F137"), 323895);
+  EXPECT_EQ(ParseDouble("&hff"), 255);
+  EXPECT_EQ(ParseDouble("&H1F"), 31);
+  EXPECT_EQ(ParseDouble("&H"), 0);
+  EXPECT_EQ(ParseDouble("&HG1"), 0);
+  EXPECT_EQ(ParseDouble("&H1G1"), 1);
+  EXPECT_EQ(ParseDouble("&H 1 F"), 31);
+  EXPECT_EQ(ParseDouble(" &H10"), 16);
+}
+
+TEST(ParseDouble, Octal) {
+  EXPECT_EQ(ParseDouble("&O17"), 15);
+  EXPECT_EQ(ParseDouble("&o17"), 15);
+  EXPECT_EQ(ParseDouble("&O177777"), -1);
+  EXPECT_EQ(ParseDouble("&O100000"), -32768);
+  EXPECT_EQ(ParseDouble("&O200000"), 65536);
+  EXPECT_EQ(ParseDouble("&O78"), 7);
+  EXPECT_EQ(ParseDouble("&O"), 0);
+  EXPECT_EQ(ParseDouble("&O9"), 0);
+}
+
+TEST(ParseDouble, AmpersandWithoutRadixLetterReadsZero) {
+  EXPECT_EQ(ParseDouble("&"), 0);
+  EXPECT_EQ(ParseDouble("&X12"), 0);
+  EXPECT_EQ(ParseDouble("&12"), 0);
+}
+
+TEST(ParseDouble, DExponent) {
+  EXPECT_EQ(ParseDouble("1.5D3"), 1500);
+  EXPECT_EQ(ParseDouble("1.5d-2"), 0.015);
+  EXPECT_EQ(ParseDouble("2D+1"), 20);
+}
+
+TEST(ParseDouble, ExponentLetterWithoutDigitsIsIgnored) {
+  EXPECT_EQ(ParseDouble("2E"), 2);
+  EXPECT_EQ(ParseDouble("2E+"), 2);
+  EXPECT_EQ(ParseDouble("2e-"), 2);
+  EXPECT_EQ(ParseDouble("2Ex"), 2);
+  EXPECT_EQ(ParseDouble("2.5D"), 2.5);
+}
+
+TEST(ParseDouble, NoNumberReadsZero) {
+  EXPECT_EQ(ParseDouble(""), 0);
+  EXPECT_EQ(ParseDouble("abc"), 0);
+  EXPECT_EQ(ParseDouble("-"), 0);
+  EXPECT_EQ(ParseDouble("+"), 0);
+  EXPECT_EQ(ParseDouble("."), 0);
+  EXPECT_EQ(ParseDouble("E5"), 0);
+  EXPECT_EQ(ParseDouble("   "), 0);
+  EXPECT_EQ(ParseDouble("inf"), 0);
+  EXPECT_EQ(ParseDouble("nan"), 0);
+  EXPECT_EQ(ParseDouble("0x10"), 0);
+}
+
+TEST(ParseDouble, StopsAtTheFirstOtherCharacter) {
+  EXPECT_EQ(ParseDouble("12abc"), 12);
+  EXPECT_EQ(ParseDouble("1.5.3"), 1.5);
+  EXPECT_EQ(ParseDouble("7-3"), 7);
+  EXPECT_EQ(ParseDouble("3e2e1"), 300);
+}
+
+TEST(ParseDouble, BeyondTheRangeIsAnInfinity) {
+  EXPECT_EQ(ParseDouble("1e400"), kInf);
+  EXPECT_EQ(ParseDouble("-1e400"), -kInf);
+  EXPECT_EQ(ParseDouble("1E308"), 1e308);
+  EXPECT_EQ(ParseDouble("1" + std::string(400, '0')), kInf);
+  EXPECT_EQ(ParseDouble("1e-400"), 0);
+}
+
+TEST(ParseDouble, LongExponentsAndDigitRuns) {
+  EXPECT_EQ(ParseDouble("1e0000000000000000000005"), 1e5);
+  EXPECT_EQ(ParseDouble("1e99999999999999999999"), kInf);
+  EXPECT_EQ(ParseDouble("1e-99999999999999999999"), 0);
+  EXPECT_EQ(ParseDouble("0." + std::string(500, '0') + "1e600"), 1e99);
+  EXPECT_EQ(ParseDouble(std::string(500, '9') + "e-600"), 1e-100);
+}
+
+TEST(ParseDouble, CorrectlyRounded) {
+  EXPECT_EQ(ParseDouble("0.1"), 0.1);
+  EXPECT_EQ(ParseDouble("2.2250738585072014e-308"), 2.2250738585072014e-308);
+  EXPECT_EQ(ParseDouble("4.9406564584124654e-324"), std::numeric_limits<double>::denorm_min());
+  EXPECT_EQ(ParseDouble("9007199254740993"), 9007199254740992.0);
+  EXPECT_EQ(ParseDouble("0.30000000000000004"), 0.30000000000000004);
+  // A long run of digits is read whole.
+  EXPECT_EQ(ParseDouble("0." + std::string(100, '0') + "1"), 1e-101);
+  EXPECT_EQ(ParseDouble(std::string(100, '1')), 1.1111111111111111e99);
+}
+
+TEST(ParseDouble, IndependentOfTheLocale) {
+  const char* candidates[] = {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "de_DE", "C.UTF-8"};
+  std::string saved = std::setlocale(LC_NUMERIC, nullptr);
+  for (const char* name : candidates) {
+    if (std::setlocale(LC_NUMERIC, name) == nullptr) continue;
+    EXPECT_EQ(ParseDouble("1,5"), 1.5) << name;
+    EXPECT_EQ(ParseDouble("1.5"), 1.5) << name;
+  }
+  std::setlocale(LC_NUMERIC, saved.c_str());
+  EXPECT_EQ(ParseDouble("1,5"), 1.5);
+}
+
+// The group code reader: the same rules, without the comma step.
+
+TEST(ReadNumber, WithoutCommaStep) {
+  EXPECT_EQ(ReadNumber("1,5", false), 1);
+  EXPECT_EQ(ReadNumber("1,5", true), 1.5);
+  EXPECT_EQ(ReadNumber(" 10", false), 10);
+  EXPECT_EQ(ReadNumber("&H1F", false), 31);
+}
+
+// Text to a 32-bit integer
+
+TEST(TextToLong, PlainNumbers) {
+  EXPECT_EQ(TextToLong("42"), 42);
+  EXPECT_EQ(TextToLong("+7"), 7);
+  EXPECT_EQ(TextToLong("-7"), -7);
+  EXPECT_EQ(TextToLong("0"), 0);
+  EXPECT_EQ(TextToLong("2147483647"), 2147483647);
+  EXPECT_EQ(TextToLong("-2147483648"), -2147483647 - 1);
+}
+
+TEST(TextToLong, BlanksAndTabsAroundAllowed) {
+  EXPECT_EQ(TextToLong("  42"), 42);
+  EXPECT_EQ(TextToLong("42  "), 42);
+  EXPECT_EQ(TextToLong("\t-3\t "), -3);
+}
+
+TEST(TextToLong, FractionsRoundHalfToEven) {
+  EXPECT_EQ(TextToLong(".5"), 0);
+  EXPECT_EQ(TextToLong("5."), 5);
+  EXPECT_EQ(TextToLong("1.5"), 2);
+  EXPECT_EQ(TextToLong("2.5"), 2);
+  EXPECT_EQ(TextToLong("3.5"), 4);
+  EXPECT_EQ(TextToLong("-2.5"), -2);
+  EXPECT_EQ(TextToLong("2.51"), 3);
+  EXPECT_EQ(TextToLong("1e3"), 1000);
+  EXPECT_EQ(TextToLong("1E+2"), 100);
+  EXPECT_EQ(TextToLong("25e-1"), 2);
+  EXPECT_EQ(TextToLong("1e-400"), 0);
+}
+
+TEST(TextToLong, HexAndOctalAsThirtyTwoBitPattern) {
+  EXPECT_EQ(TextToLong("&HF060"), 61536);
+  EXPECT_EQ(TextToLong("&HFFFF"), 65535);
+  EXPECT_EQ(TextToLong("&HFFFFFFFF"), -1);
+  EXPECT_EQ(TextToLong("&hff"), 255);
+  EXPECT_EQ(TextToLong("&O17"), 15);
+  EXPECT_EQ(TextToLong("-&H10"), -16);
+  EXPECT_EQ(TextToLong(" &H10 "), 16);
+}
+
+TEST(TextToLong, OverflowIsSix) {
+  ExpectFailure([] { TextToLong("2147483648"); }, errnum::Overflow, "Overflow");
+  ExpectFailure([] { TextToLong("-2147483649"); }, errnum::Overflow, "Overflow");
+  ExpectFailure([] { TextToLong("2147483647.5"); }, errnum::Overflow, "Overflow");
+  ExpectFailure([] { TextToLong("1e10"); }, errnum::Overflow, "Overflow");
+  ExpectFailure([] { TextToLong("1e400"); }, errnum::Overflow, "Overflow");
+  ExpectFailure([] { TextToLong("&H100000000"); }, errnum::Overflow, "Overflow");
+  ExpectFailure([] { TextToLong("99999999999999999999"); }, errnum::Overflow, "Overflow");
+}
+
+TEST(TextToLong, NoNumberIsTypeMismatch) {
+  const char* bad[] = {"",   "abc", "12abc", "1,5", " ",    "1 2", "1e",  "1D3",
+                       "+",  "-",   ".",     "&H",  "&HG",  "&X1", "--1", "1.2.3",
+                       "\r", "5\r", "inf",   "nan", "0x10", "1 e3"};
+  for (const char* text : bad) {
+    SCOPED_TRACE(text);
+    ExpectFailure([&] { TextToLong(text); }, errnum::TypeMismatch, "Type mismatch");
+  }
+}
+
+TEST(TextToInteger, SixteenBitRange) {
+  EXPECT_EQ(TextToInteger("32767"), 32767);
+  EXPECT_EQ(TextToInteger("-32768"), -32768);
+  EXPECT_EQ(TextToInteger(" 1 "), 1);
+  EXPECT_EQ(TextToInteger("2.5"), 2);
+  EXPECT_EQ(TextToInteger(".5"), 0);
+  EXPECT_EQ(TextToInteger("5."), 5);
+  ExpectFailure([] { TextToInteger("32768"); }, errnum::Overflow, "Overflow");
+  ExpectFailure([] { TextToInteger("-32769"); }, errnum::Overflow, "Overflow");
+  ExpectFailure([] { TextToInteger("32767.5"); }, errnum::Overflow, "Overflow");
+  ExpectFailure([] { TextToInteger(""); }, errnum::TypeMismatch, "Type mismatch");
+  ExpectFailure([] { TextToInteger("abc"); }, errnum::TypeMismatch, "Type mismatch");
+  ExpectFailure([] { TextToInteger("12abc"); }, errnum::TypeMismatch, "Type mismatch");
+  ExpectFailure([] { TextToInteger("1,5"); }, errnum::TypeMismatch, "Type mismatch");
+}
+
+// Double to integer
+
+TEST(DoubleToLong, HalfToEvenAndOverflow) {
+  EXPECT_EQ(DoubleToLong(2.5), 2);
+  EXPECT_EQ(DoubleToLong(3.5), 4);
+  EXPECT_EQ(DoubleToLong(-0.5), 0);
+  EXPECT_EQ(DoubleToLong(2147483647.4), 2147483647);
+  EXPECT_EQ(DoubleToLong(-2147483648.4), -2147483647 - 1);
+  ExpectFailure([] { DoubleToLong(2147483648.0); }, errnum::Overflow, "Overflow");
+  ExpectFailure([] { DoubleToLong(std::nan("")); }, errnum::Overflow, "Overflow");
+  ExpectFailure([] { DoubleToLong(-kInf); }, errnum::Overflow, "Overflow");
+}
+
+// Number to text
+
+TEST(DoubleToText, ShortestFormUpToFifteenDigits) {
+  EXPECT_EQ(DoubleToText(10), "10");
+  EXPECT_EQ(DoubleToText(0.5), "0.5");
+  EXPECT_EQ(DoubleToText(1.0 / 3), "0.333333333333333");
+  EXPECT_EQ(DoubleToText(2.0 / 3), "0.666666666666667");
+  EXPECT_EQ(DoubleToText(-1.5), "-1.5");
+  EXPECT_EQ(DoubleToText(123.456), "123.456");
+  EXPECT_EQ(DoubleToText(0), "0");
+  EXPECT_EQ(DoubleToText(90), "90");
+  EXPECT_EQ(DoubleToText(16777215), "16777215");
+  EXPECT_EQ(DoubleToText(0.0001), "0.0001");
+  EXPECT_EQ(DoubleToText(100000000000000.0), "100000000000000");
+}
+
+TEST(DoubleToText, FifteenDigitRounding) {
+  EXPECT_EQ(DoubleToText(0.1 + 0.2), "0.3");
+  EXPECT_EQ(DoubleToText(3.14159265358979), "3.14159265358979");
+  EXPECT_EQ(DoubleToText(3.141592653589793), "3.14159265358979");
+  EXPECT_EQ(DoubleToText(1.0000000000000002), "1");
+  EXPECT_EQ(DoubleToText(123456789012345678.0), "1.23456789012346E+17");
+  EXPECT_EQ(DoubleToText(999999999999999.9), "1E+15");
+  EXPECT_EQ(DoubleToText(0.1234567890123456), "0.123456789012346");
+  EXPECT_EQ(DoubleToText(std::numeric_limits<double>::max()), "1.79769313486232E+308");
+  EXPECT_EQ(DoubleToText(std::numeric_limits<double>::denorm_min()), "4.94065645841247E-324");
+}
+
+TEST(DoubleToText, ExponentForm) {
+  EXPECT_EQ(DoubleToText(1E+20), "1E+20");
+  EXPECT_EQ(DoubleToText(0.00001), "1E-05");
+  EXPECT_EQ(DoubleToText(1.5E-07), "1.5E-07");
+  EXPECT_EQ(DoubleToText(-2.5E-05), "-2.5E-05");
+  EXPECT_EQ(DoubleToText(1E+15), "1E+15");
+  EXPECT_EQ(DoubleToText(1E+100), "1E+100");
+  EXPECT_EQ(DoubleToText(1E-100), "1E-100");
+  EXPECT_EQ(DoubleToText(-1.79769313486231E+308), "-1.79769313486231E+308");
+}
+
+TEST(DoubleToText, NegativeZeroAndNonFinite) {
+  EXPECT_EQ(DoubleToText(-0.0), "0");
+  EXPECT_EQ(DoubleToText(kInf), "inf");
+  EXPECT_EQ(DoubleToText(-kInf), "-inf");
+  EXPECT_EQ(DoubleToText(std::numeric_limits<double>::quiet_NaN()), "nan");
+  EXPECT_EQ(DoubleToText(-std::numeric_limits<double>::quiet_NaN()), "nan");
+}
+
+TEST(DoubleToText, AppendsToWhatIsThere) {
+  std::string s = "x\t";
+  AppendDouble(s, 2.5);
+  AppendLong(s, -12);
+  EXPECT_EQ(s, "x\t2.5-12");
+}
+
+TEST(AppendLong, PlainDecimalDigits) {
+  std::string s;
+  AppendLong(s, 0);
+  s += '|';
+  AppendLong(s, 16777215);
+  s += '|';
+  AppendLong(s, -1);
+  s += '|';
+  AppendLong(s, -2147483647 - 1);
+  EXPECT_EQ(s, "0|16777215|-1|-2147483648");
+}
+
+TEST(DoubleToText, PointInTheDefaultLocale) {
+  EXPECT_EQ(DecimalSeparator(), ".");
+  EXPECT_EQ(DoubleToText(0.5), "0.5");
+}
+
+TEST(DoubleToText, LocaleDecimalComma) {
+  std::string saved = std::setlocale(LC_NUMERIC, nullptr);
+  const char* candidates[] = {"de_DE.UTF-8", "de_DE.utf8",  "de_DE",
+                              "fr_FR.UTF-8", "fr_FR.utf8",  "nl_NL.UTF-8",
+                              "es_ES.UTF-8", "it_IT.UTF-8", "ru_RU.UTF-8"};
+  const char* used = nullptr;
+  for (const char* name : candidates) {
+    if (std::setlocale(LC_NUMERIC, name) != nullptr &&
+        std::strcmp(std::localeconv()->decimal_point, ",") == 0) {
+      used = name;
+      break;
+    }
+  }
+  if (used == nullptr) {
+    std::setlocale(LC_NUMERIC, saved.c_str());
+    GTEST_SKIP() << "no locale with a decimal comma is installed on this machine";
+  }
+  EXPECT_EQ(DecimalSeparator(), ",");
+  EXPECT_EQ(DoubleToText(0.5), "0,5");
+  EXPECT_EQ(DoubleToText(1.5E-07), "1,5E-07");
+  EXPECT_EQ(DoubleToText(1E+20), "1E+20");
+  EXPECT_EQ(DoubleToText(10), "10");
+  std::string ints;
+  AppendLong(ints, -1234567);
+  EXPECT_EQ(ints, "-1234567");
+  // Reading stays independent of the locale.
+  EXPECT_EQ(ParseDouble("0,5"), 0.5);
+  EXPECT_EQ(ParseDouble("0.5"), 0.5);
+  std::setlocale(LC_NUMERIC, saved.c_str());
+  EXPECT_EQ(DoubleToText(0.5), "0.5");
+}
+
+}  // namespace vessik
