@@ -1,0 +1,216 @@
+// The Python module "vessik": the five public classes with their members, the
+// Progress event as Python callables, and failures as vessik.VessikError.
+//
+// Texts cross as str: the bytes of the drawing are decoded as UTF-8 with the
+// "surrogateescape" handler, so that a byte that is no UTF-8 survives and
+// text.encode("utf-8", "surrogateescape") gives the file's bytes back. Texts set
+// from Python are encoded the same way.
+#include <pybind11/eval.h>
+#include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "parser/parser.h"
+
+namespace py = pybind11;
+using namespace vessik;
+
+namespace {
+
+// The exception type; it lives as long as the process.
+PyObject* g_error_type = nullptr;
+
+py::str Decode(const std::string& bytes) {
+  PyObject* s =
+      PyUnicode_DecodeUTF8(bytes.data(), static_cast<Py_ssize_t>(bytes.size()), "surrogateescape");
+  if (s == nullptr) throw py::error_already_set();
+  return py::reinterpret_steal<py::str>(s);
+}
+
+std::string Encode(const py::str& text) {
+  PyObject* b = PyUnicode_AsEncodedString(text.ptr(), "utf-8", "surrogateescape");
+  if (b == nullptr) throw py::error_already_set();
+  auto bytes = py::reinterpret_steal<py::bytes>(b);
+  return std::string(bytes);
+}
+
+// A path: str and os.PathLike by the file system's encoding, bytes as they stand.
+std::string PathBytes(const py::object& path) {
+  py::object fs = py::module_::import("os").attr("fsencode")(path);
+  return std::string(fs.cast<py::bytes>());
+}
+
+// A Python callable kept by the library's thread-local hooks. The reference is
+// dropped under the interpreter's lock, or left alone once the interpreter is
+// gone (a thread's hooks end after it).
+std::shared_ptr<py::object> Keep(py::object callable) {
+  return std::shared_ptr<py::object>(new py::object(std::move(callable)), [](py::object* p) {
+    if (Py_IsInitialized()) {
+      py::gil_scoped_acquire gil;
+      delete p;
+    } else {
+      (void)p->release();
+      delete p;
+    }
+  });
+}
+
+// A hook may not fail into the library: its exception is reported as
+// unraisable and the parse goes on.
+template <class... A>
+void CallHook(const py::object& hook, const char* where, A&&... args) {
+  py::gil_scoped_acquire gil;
+  try {
+    hook(std::forward<A>(args)...);
+  } catch (py::error_already_set& e) {
+    e.discard_as_unraisable(where);
+  }
+}
+
+void SetPump(const py::object& hook) {
+  if (hook.is_none()) {
+    SetPumpHook(nullptr);
+    return;
+  }
+  auto kept = Keep(hook);
+  SetPumpHook([kept] { CallHook(*kept, "vessik pump hook"); });
+}
+
+void SetMessageBox(const py::object& hook) {
+  if (hook.is_none()) {
+    SetMessageBoxHook(nullptr);
+    return;
+  }
+  auto kept = Keep(hook);
+  SetMessageBoxHook([kept](const std::string& text) {
+    py::gil_scoped_acquire gil;
+    py::str s = Decode(text);
+    CallHook(*kept, "vessik message box hook", s);
+  });
+}
+
+}  // namespace
+
+PYBIND11_MODULE(vessik, m) {
+  m.doc() =
+      "Reads DXF drawings and returns them as plain geometry text: segments (83), arcs "
+      "(66) and circles (75).";
+
+  py::dict ns;
+  py::exec(R"py(
+class VessikError(Exception):
+    """A failure of the library: number, source and description."""
+
+    def __init__(self, number, source, description):
+        super().__init__(number, source, description)
+        self.number = number
+        self.source = source
+        self.description = description
+
+    def __str__(self):
+        return "%s (%d)" % (self.description, self.number)
+)py",
+           py::globals(), ns);
+  py::object error_type = ns["VessikError"];
+  error_type.attr("__module__") = "vessik";
+  m.attr("VessikError") = error_type;
+  g_error_type = error_type.inc_ref().ptr();
+
+  py::register_exception_translator([](std::exception_ptr p) {
+    try {
+      if (p) std::rethrow_exception(p);
+    } catch (const Vessik_Error& e) {
+      py::object inst = py::reinterpret_borrow<py::object>(g_error_type)(
+          e.Number(), Decode(e.Source()), Decode(e.Description()));
+      PyErr_SetObject(g_error_type, inst.ptr());
+    }
+  });
+
+  py::class_<Vessik_Color, std::shared_ptr<Vessik_Color>>(m, "Vessik_Color",
+                                                          "A colour: DXF colour number and RGB.")
+      .def(py::init<>())
+      .def_property(
+          "ColorACI", [](const Vessik_Color& c) { return c.ColorACI(); },
+          [](Vessik_Color& c, int32_t v) { c.ColorACI(v); },
+          "The DXF colour number; setting it sets ColorRGB too.")
+      .def_property(
+          "ColorRGB", [](const Vessik_Color& c) { return c.ColorRGB(); },
+          [](Vessik_Color& c, int32_t v) { c.ColorRGB(v); }, "red + 256 * green + 65536 * blue.");
+
+  py::class_<Vessik_Layer, std::shared_ptr<Vessik_Layer>>(m, "Vessik_Layer",
+                                                          "A layer: its name and its colour.")
+      .def(py::init<>())
+      .def_property(
+          "Name", [](const Vessik_Layer& l) { return Decode(l.Name); },
+          [](Vessik_Layer& l, const py::str& v) { l.Name = Encode(v); })
+      .def_property(
+          "Color", [](const Vessik_Layer& l) { return l.Color; },
+          [](Vessik_Layer& l, std::shared_ptr<Vessik_Color> c) { l.Color = std::move(c); },
+          "The layer's colour object itself, not a copy.");
+
+  py::class_<Vessik_CommonData, std::shared_ptr<Vessik_CommonData>>(
+      m, "Vessik_CommonData", "The settings of a parse; every field is 0 in a new object.")
+      .def(py::init<>())
+      .def_readwrite("Tolerance", &Vessik_CommonData::Tolerance)
+      .def_readwrite("Check", &Vessik_CommonData::Check)
+      .def_readwrite("ArcMaximumDeviationFactor", &Vessik_CommonData::ArcMaximumDeviationFactor)
+      .def_readwrite("ArcMinimumSegmentLengthFactor",
+                     &Vessik_CommonData::ArcMinimumSegmentLengthFactor)
+      .def_readwrite("ArcMaximumSegmentLengthFactor",
+                     &Vessik_CommonData::ArcMaximumSegmentLengthFactor)
+      .def_readwrite("InitialSegments", &Vessik_CommonData::InitialSegments);
+
+  py::class_<Vessik_Progress, std::shared_ptr<Vessik_Progress>>(
+      m, "Vessik_Progress", "Raises the Progress event and carries the cancel flag.")
+      .def(py::init<>())
+      .def_property(
+          "IsCanceled", [](const Vessik_Progress& p) { return p.IsCanceled(); },
+          [](Vessik_Progress& p, bool v) { p.IsCanceled(v); })
+      .def(
+          "DoProgress", [](Vessik_Progress& p, int32_t value) { p.DoProgress(value); },
+          py::arg("value"), "Raises Progress with the value.")
+      .def(
+          "Connect",
+          [](Vessik_Progress& p, py::function handler) {
+            return p.Connect([handler](int32_t value) { handler(value); });
+          },
+          py::arg("handler"),
+          "Connects a callable to the Progress event; it is called with the value, on the "
+          "calling thread. Returns a cookie for Disconnect.")
+      .def(
+          "Disconnect", [](Vessik_Progress& p, int cookie) { p.Disconnect(cookie); },
+          py::arg("cookie"));
+
+  py::class_<Vessik_Parser, std::shared_ptr<Vessik_Parser>>(
+      m, "Vessik_Parser", "Turns a DXF file into the drawing's text.")
+      .def(py::init<>())
+      .def_property_readonly(
+          "Layers", [](const Vessik_Parser& p) { return p.Layers(); },
+          "The layers of the last parse, as a list of Vessik_Layer (the parser's own "
+          "objects).")
+      .def(
+          "Parse2",
+          [](Vessik_Parser& p, const py::object& the_file, Vessik_CommonData* data,
+             Vessik_Progress* progress) {
+            return Decode(p.Parse2(PathBytes(the_file), data, progress));
+          },
+          py::arg("TheFile"), py::arg("Data"), py::arg("Progress"),
+          "Reads the drawing and returns its records.");
+
+  m.def("SetPumpHook", &SetPump, py::arg("hook"),
+        "Sets the message loop that a parse on this thread runs at most every 100 ms "
+        "(None removes it).");
+  m.def("SetMessageBoxHook", &SetMessageBox, py::arg("hook"),
+        "Sets the callable that shows the message of a failed load on this thread (None "
+        "removes it).");
+
+  // The hooks of the main thread hold Python callables: drop them before the
+  // interpreter ends.
+  py::module_::import("atexit").attr("register")(py::cpp_function([] {
+    SetPumpHook(nullptr);
+    SetMessageBoxHook(nullptr);
+  }));
+}
