@@ -89,17 +89,7 @@ std::string Vessik_Arc::SegmentsToString(Vessik_Layers& Layers) {
   std::vector<Vessik_Line> L = Arc2Polyline();
   Vessik_Aaa aaa;
   for (Vessik_Line& line : L) {
-    Vessik_Point O;
-    aaa.trans(O, Vessik_Point(line.X1, line.Y1, line.Z1), N);
-    O = O.rot_sca_abs(parent_);
-    line.X1 = O.X;
-    line.Y1 = O.Y;
-    line.Z1 = O.Z;
-    aaa.trans(O, Vessik_Point(line.X2, line.Y2, line.Z2), N);
-    O = O.rot_sca_abs(parent_);
-    line.X2 = O.X;
-    line.Y2 = O.Y;
-    line.Z2 = O.Z;
+    aaa.PlaceEnds(line, N, parent_);
     PumpMessages();
   }
   std::string result;

@@ -159,17 +159,7 @@ std::string Vessik_Polyline::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
     // the placement reaches polyline segments twice.
     Vessik_Aaa aaa;
     for (Vessik_PolySegment& line : lines_) {
-      Vessik_Point Q;
-      aaa.trans(Q, Vessik_Point(line.X1, line.Y1, line.Z1), E);
-      Q = Q.rot_sca_abs(parent_);
-      line.X1 = Q.X;
-      line.Y1 = Q.Y;
-      line.Z1 = Q.Z;
-      aaa.trans(Q, Vessik_Point(line.X2, line.Y2, line.Z2), E);
-      Q = Q.rot_sca_abs(parent_);
-      line.X2 = Q.X;
-      line.Y2 = Q.Y;
-      line.Z2 = Q.Z;
+      aaa.PlaceEnds(line, E, parent_);
       PumpMessages();
     }
   }

@@ -31,6 +31,23 @@ class Vessik_Aaa {
   // The one checked division of the kernel: a vector of length 0 raises 11.
   static void vector_normalize(Vessik_Point& D, const Vessik_Point& A);
   static void vector_scale(Vessik_Point& D, const Vessik_Point& A, double k);
+
+  // Both ends of a segment (fields X1 to Z2), given in the object coordinates of N,
+  // carried into the holding frame and then through the block chain of Parent.
+  template <class Segment>
+  void PlaceEnds(Segment& segment, const Vessik_Point& N, const Vessik_IParent* Parent) const {
+    Vessik_Point O;
+    trans(O, Vessik_Point(segment.X1, segment.Y1, segment.Z1), N);
+    O = O.rot_sca_abs(Parent);
+    segment.X1 = O.X;
+    segment.Y1 = O.Y;
+    segment.Z1 = O.Z;
+    trans(O, Vessik_Point(segment.X2, segment.Y2, segment.Z2), N);
+    O = O.rot_sca_abs(Parent);
+    segment.X2 = O.X;
+    segment.Y2 = O.Y;
+    segment.Z2 = O.Z;
+  }
 };
 
 }  // namespace vessik
