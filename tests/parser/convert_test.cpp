@@ -5,11 +5,13 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <string>
 
 #include "parser/Vessik_Convert.h"
 #include "parser/Vessik_Error.h"
 #include "parser/Vessik_Utils.h"
+#include "support/TestSupport.h"
 
 namespace vessik {
 namespace {
@@ -346,22 +348,9 @@ TEST(DoubleToText, PointInTheDefaultLocale) {
 }
 
 TEST(DoubleToText, LocaleDecimalComma) {
-  std::string saved = std::setlocale(LC_NUMERIC, nullptr);
-  const char* candidates[] = {"de_DE.UTF-8", "de_DE.utf8",  "de_DE",
-                              "fr_FR.UTF-8", "fr_FR.utf8",  "nl_NL.UTF-8",
-                              "es_ES.UTF-8", "it_IT.UTF-8", "ru_RU.UTF-8"};
-  const char* used = nullptr;
-  for (const char* name : candidates) {
-    if (std::setlocale(LC_NUMERIC, name) != nullptr &&
-        std::strcmp(std::localeconv()->decimal_point, ",") == 0) {
-      used = name;
-      break;
-    }
-  }
-  if (used == nullptr) {
-    std::setlocale(LC_NUMERIC, saved.c_str());
-    GTEST_SKIP() << "no locale with a decimal comma is installed on this machine";
-  }
+  std::optional<test::CommaLocale> comma(std::in_place);
+  ASSERT_FALSE(comma->Name().empty())
+      << "no locale with a decimal comma, and none could be compiled (package locales)";
   EXPECT_EQ(DecimalSeparator(), ",");
   EXPECT_EQ(DoubleToText(0.5), "0,5");
   EXPECT_EQ(DoubleToText(1.5E-07), "1,5E-07");
@@ -373,7 +362,7 @@ TEST(DoubleToText, LocaleDecimalComma) {
   // Reading stays independent of the locale.
   EXPECT_EQ(ParseDouble("0,5"), 0.5);
   EXPECT_EQ(ParseDouble("0.5"), 0.5);
-  std::setlocale(LC_NUMERIC, saved.c_str());
+  comma.reset();
   EXPECT_EQ(DoubleToText(0.5), "0.5");
 }
 

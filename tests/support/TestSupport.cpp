@@ -3,6 +3,9 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <clocale>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -52,6 +55,45 @@ std::string Drawing(const std::vector<std::pair<int, std::string>>& entities,
   p.insert(p.end(), entities.begin(), entities.end());
   p.insert(p.end(), {{0, "ENDSEC"}, {0, "EOF"}});
   return DxfText(p);
+}
+
+namespace {
+
+bool TrySetCommaLocale(const char* name) {
+  return std::setlocale(LC_NUMERIC, name) != nullptr &&
+         std::strcmp(std::localeconv()->decimal_point, ",") == 0;
+}
+
+// A German locale compiled once per process into a temporary folder, which
+// setlocale then finds through LOCPATH.
+bool CompileCommaLocale() {
+  static const bool compiled = [] {
+    auto dir =
+        std::filesystem::temp_directory_path() / ("vessik-locale-" + std::to_string(::getpid()));
+    std::filesystem::create_directories(dir);
+    const std::string command =
+        "localedef -i de_DE -f UTF-8 '" + (dir / "de_DE.UTF-8").string() + "' > /dev/null 2>&1";
+    if (std::system(command.c_str()) != 0) return false;
+    ::setenv("LOCPATH", dir.c_str(), 1);
+    return true;
+  }();
+  return compiled;
+}
+
+}  // namespace
+
+CommaLocale::CommaLocale() : saved_(std::setlocale(LC_NUMERIC, nullptr)) {
+  for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "nl_NL.UTF-8"}) {
+    if (TrySetCommaLocale(name)) {
+      name_ = name;
+      return;
+    }
+  }
+  if (CompileCommaLocale() && TrySetCommaLocale("de_DE.UTF-8")) name_ = "de_DE.UTF-8";
+}
+
+CommaLocale::~CommaLocale() {
+  std::setlocale(LC_NUMERIC, saved_.c_str());
 }
 
 std::vector<std::vector<std::string>> Records(const std::string& text) {

@@ -31,6 +31,24 @@ std::string Drawing(const std::vector<std::pair<int, std::string>>& entities,
                     const std::vector<std::pair<std::string, int>>& layers = {},
                     const std::vector<std::pair<int, std::string>>& blocks = {});
 
+// Switches LC_NUMERIC to a locale whose decimal separator is a comma and returns
+// its name; restores the previous one when the object ends. When no such locale
+// is installed, one is compiled into a temporary folder (localedef, with the
+// sources of the "locales" package).
+class CommaLocale {
+ public:
+  CommaLocale();
+  ~CommaLocale();
+  CommaLocale(const CommaLocale&) = delete;
+  CommaLocale& operator=(const CommaLocale&) = delete;
+  // Empty when no such locale could be had.
+  const std::string& Name() const { return name_; }
+
+ private:
+  std::string saved_;
+  std::string name_;
+};
+
 // Splits the text of Parse2 into records and each record into its 17 columns.
 std::vector<std::vector<std::string>> Records(const std::string& text);
 
