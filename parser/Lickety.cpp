@@ -101,6 +101,14 @@ size_t Lickety::Lines::FindLast() {
   }
 }
 
+bool Lickety::Lines::IsDelimiterEnd(const char* data, size_t at) const {
+  // The byte at `at` is the delimiter's last one; line ends are checked inline.
+  const size_t n = delim_.size();
+  if (n == 1) return true;
+  if (n == 2) return data[at - 1] == delim_[0];
+  return std::memcmp(data + at + 1 - n, delim_.data(), n) == 0;
+}
+
 bool Lickety::Lines::Next(std::string_view& line) {
   if (done_) return false;
   const char* data = bytes_.data();
@@ -112,7 +120,7 @@ bool Lickety::Lines::Next(std::string_view& line) {
     for (;;) {
       size_t at = FindLast();
       if (at >= end_) break;
-      if (at + 1 >= from + n && std::memcmp(data + at + 1 - n, delim_.data(), n) == 0) {
+      if (at + 1 >= from + n && IsDelimiterEnd(data, at)) {
         line = std::string_view(data + from, at + 1 - n - from);
         pos_ = at + 1;
         return true;

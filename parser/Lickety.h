@@ -29,6 +29,8 @@ class Lickety {
     // Position of the next byte equal to the delimiter's last byte, from pos_ on,
     // before end_; end_ when there is none.
     size_t FindLast();
+    // Whether a delimiter ends at `at` (which holds its last byte).
+    bool IsDelimiterEnd(const char* data, size_t at) const;
 
     FileBytes bytes_;
     std::string delim_;
