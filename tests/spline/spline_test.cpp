@@ -420,3 +420,50 @@ TEST(SplineGeometry, ReleaseAfterFit) {
 
 }  // namespace
 }  // namespace vessik
+
+namespace vessik {
+namespace {
+
+TEST(SplineMarch, RejectedCutStepGoesBackToPrevAndShrinksTheCutStep) {
+  // A strongly bent parabola with MaxStep 1: the first step overshoots the end of
+  // the section and is cut, and its biarc is far too coarse for the tolerance.
+  Vessik_Spline s;
+  Fit(s, SplinePairs(2, {0, 0, 0, 1, 1, 1}, {{0, 0}, {5, 10}, {10, 0}}), 0.0001, 1);
+  ASSERT_EQ(s.MaxStep(), 1);
+  const auto& nodes = s.Nodes().Item(1);
+  ASSERT_GE(nodes.Count(), 3);
+
+  // The march's own arithmetic up to the cut step.
+  const double start = 0 + 1e-9;
+  const double overshoot = start + 1;
+  const double prev = overshoot - 1;
+  const double cutStep = (1 - prev) - 1e-9;
+  const double cutU = 1 - 1e-9;
+  // Rejected: back by the cut step, which lands on Prev up to rounding.
+  const double back = cutU - cutStep;
+  EXPECT_NEAR(back, prev, 1e-15);
+
+  // Every later rejection shrinks the step by 0.7 again: the first accepted node
+  // lies at one of these parameters.
+  Vessik_Nurbs& nurbs = Vessik_SplineTestAccess::Nurbs(s);
+  const Vessik_Point& second = nodes.Item(2).Pt;
+  double u = back;
+  double step = cutStep * 0.7;
+  bool found = false;
+  for (int k = 1; k < 60 && !found; ++k) {
+    const double tried = u + step;
+    Vessik_Point P;
+    double tangent = 0;
+    nurbs.Evaluate(1, tried, P, tangent);
+    if (P.X == second.X && P.Y == second.Y) {
+      found = true;
+      EXPECT_EQ(tangent, nodes.Item(2).Tangent);
+    }
+    u = tried - step;
+    step = step * 0.7;
+  }
+  EXPECT_TRUE(found) << "the first accepted node is not at Prev + 0.7^k of the cut step";
+}
+
+}  // namespace
+}  // namespace vessik
