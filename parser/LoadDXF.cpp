@@ -105,8 +105,7 @@ void Vessik_Parser::LoadDXF(const std::string& TheFile) {
       if (!lines.Next(code)) break;
     }
   } catch (...) {
-    Vessik_Error cause = CurrentErrorAsVessik();
-    (void)cause;
+    // Whatever failed (a code beyond 32 bits, memory), the words say where.
     pairs.Clear();
     ShowMessageBox("Fail:0");
     RaiseError(errnum::ParsingFailed, "",
