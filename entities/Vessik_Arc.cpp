@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "entities/CircleGroups.h"
+#include "entities/RecordText.h"
 #include "geometry/Vessik_Aaa.h"
 #include "geometry/Vessik_Math.h"
 #include "parser/Vessik_CommonData.h"
@@ -16,53 +18,10 @@ Vessik_Arc::~Vessik_Arc() {
 }
 
 int32_t Vessik_Arc::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) {
-  // Extrusion components below 0.001 in size count as 0, each by itself; the vector
-  // is not normalised.
-  auto extrusion = [](std::string_view value) {
-    double v = ParseDouble(value);
-    return std::fabs(v) < 0.001 ? 0.0 : v;
-  };
   return ReadGroups(StartLine, [&](int32_t code, std::string_view value) {
-    switch (code) {
-      case 5:
-        Id = HandleToId(value);
-        break;
-      case 8:
-        Layer = LayerIndex(Layers, value);
-        break;
-      case 62:
-        ReadColor(Color, value);
-        break;
-      case 10:
-        CX = ParseDouble(value);
-        break;
-      case 20:
-        CY = ParseDouble(value);
-        break;
-      case 30:
-        CZ = ParseDouble(value);
-        break;
-      case 40:
-        R = ParseDouble(value);
-        break;
-      case 50:
-        SA = ParseDouble(value);
-        break;
-      case 51:
-        EA = ParseDouble(value);
-        break;
-      case 210:
-        ExtrX = extrusion(value);
-        break;
-      case 220:
-        ExtrY = extrusion(value);
-        break;
-      case 230:
-        ExtrZ = extrusion(value);
-        break;
-      default:
-        break;
-    }
+    if (ReadCircleGroup(*this, code, value, Layers)) return;
+    if (code == 50) SA = ParseDouble(value);
+    if (code == 51) EA = ParseDouble(value);
   });
 }
 
@@ -217,22 +176,8 @@ Vessik_Point Vessik_Arc::Point2Plane(double PtX, double PtY, double ExtrX, doubl
 std::string Vessik_Arc::ToString(int32_t Id, std::string_view LayerName, int32_t LayerId,
                                  int32_t LayerColor, double CX, double CY, double CZ, double R,
                                  double SA, double EA) {
-  std::string s;
-  s.reserve(LayerName.size() + 160);
-  AppendLong(s, Id);
-  s += "\t66\t";
-  s += LayerName;
-  s += '\t';
-  AppendLong(s, LayerId);
-  s += '\t';
-  AppendLong(s, LayerColor);
-  s += "\t0\t0\t0\t0\t0\t0";
-  for (double v : {CX, CY, CZ, R, SA, EA}) {
-    s += '\t';
-    AppendDouble(s, v);
-  }
-  s += "\t\r\n";
-  return s;
+  return RecordText(Id, 66, LayerName, LayerId, LayerColor,
+                    {0, 0, 0, 0, 0, 0, CX, CY, CZ, R, SA, EA});
 }
 
 double AddTurnsUntilPositive(double v) {

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "entities/CircleGroups.h"
+#include "entities/RecordText.h"
 #include "geometry/Vessik_Math.h"
 #include "geometry/Vessik_Point.h"
 #include "parser/Vessik_Convert.h"
@@ -14,45 +16,8 @@ Vessik_Circle::~Vessik_Circle() {
 }
 
 int32_t Vessik_Circle::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) {
-  auto extrusion = [](std::string_view value) {
-    double v = ParseDouble(value);
-    return std::fabs(v) < 0.001 ? 0.0 : v;
-  };
   return ReadGroups(StartLine, [&](int32_t code, std::string_view value) {
-    switch (code) {
-      case 5:
-        Id = HandleToId(value);
-        break;
-      case 8:
-        Layer = LayerIndex(Layers, value);
-        break;
-      case 62:
-        ReadColor(Color, value);
-        break;
-      case 10:
-        CX = ParseDouble(value);
-        break;
-      case 20:
-        CY = ParseDouble(value);
-        break;
-      case 30:
-        CZ = ParseDouble(value);
-        break;
-      case 40:
-        R = ParseDouble(value);
-        break;
-      case 210:
-        ExtrX = extrusion(value);
-        break;
-      case 220:
-        ExtrY = extrusion(value);
-        break;
-      case 230:
-        ExtrZ = extrusion(value);
-        break;
-      default:
-        break;
-    }
+    ReadCircleGroup(*this, code, value, Layers);
   });
 }
 
@@ -95,21 +60,9 @@ Vessik_Arc Vessik_Circle::Circle2Arc() const {
 
 std::string Vessik_Circle::ToString(int32_t Id, std::string_view LayerName, int32_t LayerId,
                                     int32_t LayerColor, double CX, double CY, double CZ, double R) {
-  std::string s;
-  s.reserve(LayerName.size() + 200);
-  AppendLong(s, Id);
-  s += "\t75\t";
-  s += LayerName;
-  s += '\t';
-  AppendLong(s, LayerId);
-  s += '\t';
-  AppendLong(s, LayerColor);
-  for (double v : {CX - R, CY - R, CZ, CX + R, CY + R, CZ, CX, CY, CZ, R}) {
-    s += '\t';
-    AppendDouble(s, v);
-  }
-  s += "\t0\t0\t\r\n";
-  return s;
+  // The bounding box, then the circle itself.
+  return RecordText(Id, 75, LayerName, LayerId, LayerColor,
+                    {CX - R, CY - R, CZ, CX + R, CY + R, CZ, CX, CY, CZ, R, 0, 0});
 }
 
 }  // namespace vessik

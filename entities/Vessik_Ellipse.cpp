@@ -19,13 +19,8 @@ constexpr int32_t kMaxPieces = 10000;
 
 int32_t Vessik_Ellipse::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) {
   return ReadGroups(StartLine, [&](int32_t code, std::string_view value) {
+    if (ReadSharedGroup(code, value, Layers)) return;
     switch (code) {
-      case 5:
-        Id = HandleToId(value);
-        break;
-      case 8:
-        Layer = LayerIndex(Layers, value);
-        break;
       case 10:
         CX1 = ParseDouble(value);
         break;
@@ -52,9 +47,6 @@ int32_t Vessik_Ellipse::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& La
         break;
       case 42:
         EA = ParseDouble(value);
-        break;
-      case 62:
-        ReadColor(Color, value);
         break;
       default:
         break;

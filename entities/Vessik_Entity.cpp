@@ -1,5 +1,6 @@
 #include "entities/Vessik_Entity.h"
 
+#include "geometry/Vessik_Math.h"
 #include "parser/Vessik_Convert.h"
 #include "parser/Vessik_Error.h"
 
@@ -26,6 +27,22 @@ std::string EntityLayerName(int32_t Layer, const Vessik_Layers& Layers) {
     return Layers[static_cast<size_t>(Layer)]->Name;
   }
   return "NoName";
+}
+
+bool Vessik_Entity::ReadSharedGroup(int32_t code, std::string_view value, Vessik_Layers& Layers) {
+  switch (code) {
+    case 5:
+      Id = HandleToId(value);
+      return true;
+    case 8:
+      Layer = LayerIndex(Layers, value);
+      return true;
+    case 62:
+      ReadColor(Color, value);
+      return true;
+    default:
+      return false;
+  }
 }
 
 void ReadColor(std::shared_ptr<Vessik_Color>& Color, std::string_view Value) {

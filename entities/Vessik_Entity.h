@@ -38,6 +38,10 @@ class Vessik_Entity : public Vessik_IEntity {
   void Vessik_IEntity_Release() override { parent_ = nullptr; }
   void Vessik_IEntity_Init(Vessik_CommonData*) override {}
 
+  // Takes a group that every entity reads the same way: handle (5), layer (8) and
+  // colour (62). False when the code is none of them.
+  bool ReadSharedGroup(int32_t code, std::string_view value, Vessik_Layers& Layers);
+
  protected:
   Vessik_IParent* parent_ = nullptr;
 };

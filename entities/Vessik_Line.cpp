@@ -1,5 +1,6 @@
 #include "entities/Vessik_Line.h"
 
+#include "entities/RecordText.h"
 #include "geometry/Vessik_ArcGeo.h"
 #include "geometry/Vessik_Math.h"
 #include "geometry/Vessik_Point.h"
@@ -14,13 +15,8 @@ Vessik_Line::~Vessik_Line() {
 
 int32_t Vessik_Line::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) {
   return ReadGroups(StartLine, [&](int32_t code, std::string_view value) {
+    if (ReadSharedGroup(code, value, Layers)) return;
     switch (code) {
-      case 5:
-        Id = HandleToId(value);
-        break;
-      case 8:
-        Layer = LayerIndex(Layers, value);
-        break;
       case 10:
         X1 = ParseDouble(value);
         break;
@@ -38,9 +34,6 @@ int32_t Vessik_Line::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layer
         break;
       case 31:
         Z2 = ParseDouble(value);
-        break;
-      case 62:
-        ReadColor(Color, value);
         break;
       default:
         break;
@@ -85,21 +78,8 @@ std::string Vessik_Line::BulgeToString(Vessik_Layers& Layers) {
 std::string Vessik_Line::ToString(int32_t Id, std::string_view LayerName, int32_t LayerId,
                                   int32_t LayerColor, double X1, double Y1, double Z1, double X2,
                                   double Y2, double Z2) {
-  std::string s;
-  s.reserve(LayerName.size() + 160);
-  AppendLong(s, Id);
-  s += "\t83\t";
-  s += LayerName;
-  s += '\t';
-  AppendLong(s, LayerId);
-  s += '\t';
-  AppendLong(s, LayerColor);
-  for (double v : {X1, Y1, Z1, X2, Y2, Z2}) {
-    s += '\t';
-    AppendDouble(s, v);
-  }
-  s += "\t0\t0\t0\t0\t0\t0\t\r\n";
-  return s;
+  return RecordText(Id, 83, LayerName, LayerId, LayerColor,
+                    {X1, Y1, Z1, X2, Y2, Z2, 0, 0, 0, 0, 0, 0});
 }
 
 }  // namespace vessik

@@ -36,16 +36,8 @@ int32_t Vessik_LwPolyline::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers&
   } trimList;
   bool closed = false;
   const int32_t last = ReadGroups(StartLine, [&](int32_t code, std::string_view value) {
+    if (ReadSharedGroup(code, value, Layers)) return;
     switch (code) {
-      case 5:
-        Id = HandleToId(value);
-        break;
-      case 8:
-        Layer = LayerIndex(Layers, value);
-        break;
-      case 62:
-        ReadColor(Color, value);
-        break;
       case 10:
         vertices.emplace_back().X = ParseDouble(value);
         break;

@@ -34,13 +34,8 @@ int32_t Vessik_Spline::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Lay
   double Y = 0;
   double Z = 0;
   int32_t last = ReadGroups(StartLine, [&](int32_t code, std::string_view value) {
+    if (ReadSharedGroup(code, value, Layers)) return;
     switch (code) {
-      case 5:
-        Id = HandleToId(value);
-        break;
-      case 8:
-        Layer = LayerIndex(Layers, value);
-        break;
       case 10:
         X = ParseDouble(value);
         break;
@@ -56,9 +51,6 @@ int32_t Vessik_Spline::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Lay
         break;
       case 41:
         weightList_.Add(ParseDouble(value));
-        break;
-      case 62:
-        ReadColor(Color, value);
         break;
       case 70:
         Flag = TextToLong(value);
