@@ -32,16 +32,20 @@ void Vessik_Arc::Vessik_IEntity_Init(Vessik_CommonData* Data) {
   ArcMaximumSegmentLengthFactor = Data->ArcMaximumSegmentLengthFactor;
 }
 
-std::string Vessik_Arc::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
+void Vessik_Arc::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
   double sx, sy, sz;
   AbsScales(parent_, sx, sy, sz);
   // Signed and exact: a mirroring scale (-1, 1, 1) counts as non-uniform.
   const bool cut = !IsAxisComponent(ExtrX) || !IsAxisComponent(ExtrY) || !IsAxisComponent(ExtrZ) ||
                    sx != sy || sy != sz;
-  return cut ? SegmentsToString(Layers) : ArcToString(Layers);
+  if (cut) {
+    AppendSegments(Text, Layers);
+  } else {
+    AppendArc(Text, Layers);
+  }
 }
 
-std::string Vessik_Arc::SegmentsToString(Vessik_Layers& Layers) {
+void Vessik_Arc::AppendSegments(Vessik_Concat& Text, Vessik_Layers& Layers) {
   // Cut in object coordinates with the unscaled radius, then extrusion, then the
   // block chain: the deviation of the output scales with the chain.
   const Vessik_Point N(ExtrX, ExtrY, ExtrZ);
@@ -51,16 +55,14 @@ std::string Vessik_Arc::SegmentsToString(Vessik_Layers& Layers) {
     aaa.PlaceEnds(line, N, parent_);
     PumpMessages();
   }
-  std::string result;
   for (Vessik_Line& line : L) {
     // The segments have no parent: they print as they stand.
-    result += line.Vessik_IEntity_ToString(Layers);
+    line.AppendText(Text, Layers);
     PumpMessages();
   }
-  return result;
 }
 
-std::string Vessik_Arc::ArcToString(Vessik_Layers& Layers) {
+void Vessik_Arc::AppendArc(Vessik_Concat& Text, Vessik_Layers& Layers) {
   Vessik_Arc T = Arc2TransformedArc();
   // A mirroring extrusion mirrors the placed arc by a change of sign, after the
   // block chain, and swaps the angles since mirroring reverses the direction. A
@@ -81,8 +83,7 @@ std::string Vessik_Arc::ArcToString(Vessik_Layers& Layers) {
     T.SA = e;
     T.EA = s;
   }
-  return ToString(Id, Vessik_IEntity_LayerName(Layers), Layer, Vessik_IEntity_Color(Layers), T.CX,
-                  T.CY, T.CZ, T.R, T.SA, T.EA);
+  AppendRecord(Text, Layers, 66, {0, 0, 0, 0, 0, 0, T.CX, T.CY, T.CZ, T.R, T.SA, T.EA});
 }
 
 Vessik_Arc Vessik_Arc::Arc2TransformedArc() const {

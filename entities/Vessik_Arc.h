@@ -38,7 +38,7 @@ class Vessik_Arc : public Vessik_Entity {
   ~Vessik_Arc() override;
 
   int32_t Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) override;
-  std::string Vessik_IEntity_ToString(Vessik_Layers& Layers) override;
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override;
   void Vessik_IEntity_Init(Vessik_CommonData* Data) override;
 
   // One arc record (type 66) of values already in world coordinates.
@@ -59,8 +59,8 @@ class Vessik_Arc : public Vessik_Entity {
   static Vessik_Point Point2Plane(double PtX, double PtY, double ExtrX, double ExtrY, double ExtrZ);
 
  private:
-  std::string SegmentsToString(Vessik_Layers& Layers);
-  std::string ArcToString(Vessik_Layers& Layers);
+  void AppendSegments(Vessik_Concat& Text, Vessik_Layers& Layers);
+  void AppendArc(Vessik_Concat& Text, Vessik_Layers& Layers);
 };
 
 // v + 360, repeated while v is not above 0; stops early when an addition no

@@ -26,7 +26,7 @@ class Vessik_Circle : public Vessik_Entity {
   ~Vessik_Circle() override;
 
   int32_t Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) override;
-  std::string Vessik_IEntity_ToString(Vessik_Layers& Layers) override;
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override;
   // Keeps the settings for the case that the circle has to become an arc.
   void Vessik_IEntity_Init(Vessik_CommonData* Data) override { data_ = Data; }
 

@@ -134,14 +134,12 @@ bool Vessik_Ellipse::CheckBiArc(const Vessik_BiArc& B, double Tolerance, double 
   return M < Tolerance;
 }
 
-std::string Vessik_Ellipse::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
-  std::string text;
-  if (!dimensioned_) return text;
+void Vessik_Ellipse::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
+  if (!dimensioned_) return;
   for (const Vessik_BiArc& B : biArcs_) {
-    text += B.ToString(Layers);
+    B.AppendText(Text, Layers);
     PumpMessages();
   }
-  return text;
 }
 
 void Vessik_Ellipse::Vessik_IEntity_Release() {

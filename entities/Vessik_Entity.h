@@ -15,7 +15,7 @@ namespace vessik {
 // The colour an entity prints: its own, else its layer's, else white.
 int32_t EntityColor(const Vessik_Color* Color, int32_t Layer, const Vessik_Layers& Layers);
 // The name of the entity's layer, or "NoName" where there is none.
-std::string EntityLayerName(int32_t Layer, const Vessik_Layers& Layers);
+std::string_view EntityLayerName(int32_t Layer, const Vessik_Layers& Layers);
 
 // A new colour whose number is the text converted to a 32-bit integer; the colour
 // object exists even when the conversion fails.
@@ -33,9 +33,10 @@ class Vessik_Entity : public Vessik_IEntity {
     return EntityColor(Color.get(), Layer, Layers);
   }
   std::string Vessik_IEntity_LayerName(Vessik_Layers& Layers) override {
-    return EntityLayerName(Layer, Layers);
+    return std::string(EntityLayerName(Layer, Layers));
   }
   void Vessik_IEntity_Release() override { parent_ = nullptr; }
+  std::string Vessik_IEntity_ToString(Vessik_Layers& Layers) override;
   void Vessik_IEntity_Init(Vessik_CommonData*) override {}
 
   // Takes a group that every entity reads the same way: handle (5), layer (8) and
@@ -43,6 +44,9 @@ class Vessik_Entity : public Vessik_IEntity {
   bool ReadSharedGroup(int32_t code, std::string_view value, Vessik_Layers& Layers);
 
  protected:
+  // Prints one record of this entity's Id, layer and colour.
+  void AppendRecord(Vessik_Concat& Text, Vessik_Layers& Layers, int32_t RecordType,
+                    const double (&Columns)[12]);
   Vessik_IParent* parent_ = nullptr;
 };
 

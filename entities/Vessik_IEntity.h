@@ -1,8 +1,11 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
+#include "entities/EntityArena.h"
+#include "parser/Vessik_Concat.h"
 #include "parser/Vessik_Layer.h"
 
 namespace vessik {
@@ -14,6 +17,9 @@ class Vessik_CommonData;
 class Vessik_IEntity {
  public:
   virtual ~Vessik_IEntity() = default;
+  // Entities live in chunks of their own (see EntityArena.h).
+  static void* operator new(size_t size) { return AllocateEntity(size); }
+  static void operator delete(void* block, size_t size) noexcept { FreeEntity(block, size); }
   virtual Vessik_IParent* Vessik_IEntity_Parent() const = 0;
   virtual void Vessik_IEntity_Parent(Vessik_IParent* value) = 0;
   // The packed RGB value to print.
@@ -25,6 +31,9 @@ class Vessik_IEntity {
   virtual int32_t Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) = 0;
   // The entity's records, each ending in CR LF.
   virtual std::string Vessik_IEntity_ToString(Vessik_Layers& Layers) = 0;
+  // The same records appended to Text. On a failure part of them may be there
+  // already: the caller that goes on cuts Text back.
+  virtual void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) = 0;
   // Derives what can be decided once, right after Read.
   virtual void Vessik_IEntity_Init(Vessik_CommonData* Data) = 0;
 };

@@ -21,7 +21,7 @@ Vessik_Insert::~Vessik_Insert() {
 }
 
 std::string Vessik_Insert::Vessik_IEntity_LayerName(Vessik_Layers& Layers) {
-  return EntityLayerName(Layer, Layers);
+  return std::string(EntityLayerName(Layer, Layers));
 }
 
 int32_t Vessik_Insert::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) {
@@ -124,10 +124,15 @@ std::unique_ptr<Vessik_Entities> Vessik_Insert::ReadEntities(
 }
 
 std::string Vessik_Insert::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
-  // Every statement here runs with failures ignored: an item that cannot be
-  // printed is left out, and the others still print.
   Vessik_Concat buffer;
   if (textSizeHint_ > 0) buffer.Reserve(textSizeHint_);
+  AppendText(buffer, Layers);
+  return buffer.TakeValue();
+}
+
+void Vessik_Insert::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
+  // Every statement here runs with failures ignored: an item that cannot be
+  // printed is left out, and the others still print.
   // Only the root has a progress object; on every other reference the report is a
   // failed call that goes unnoticed, so it is simply not made (a raised and caught
   // failure per printed item would cost more than the item).
@@ -150,10 +155,12 @@ std::string Vessik_Insert::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
       } catch (...) {
       }
       lastPercent = percent;
+      const int64_t before = Text.length();
       try {
         Vessik_IEntity* item = Entities->Item(k).get();
-        if (item != nullptr) buffer.Concat(item->Vessik_IEntity_ToString(Layers));
+        if (item != nullptr) item->AppendText(Text, Layers);
       } catch (...) {
+        Text.Truncate(before);
       }
       if (oneShot_) {
         Entities->Item(k).reset();
@@ -167,7 +174,6 @@ std::string Vessik_Insert::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
       PumpMessages();
     }
   }
-  return buffer.TakeValue();
 }
 
 void Vessik_Insert::Vessik_IEntity_Release() {

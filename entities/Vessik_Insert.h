@@ -57,6 +57,7 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
   void Vessik_IEntity_Release() override;
   int32_t Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) override;
   std::string Vessik_IEntity_ToString(Vessik_Layers& Layers) override;
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override;
   void Vessik_IEntity_Init(Vessik_CommonData*) override {}
 
   // Vessik_IParent

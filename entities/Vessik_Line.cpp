@@ -41,17 +41,16 @@ int32_t Vessik_Line::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layer
   });
 }
 
-std::string Vessik_Line::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
-  if (Bulge != 0) return BulgeToString(Layers);
+void Vessik_Line::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
+  if (Bulge != 0) return AppendBulgeText(Text, Layers);
   // Placement is applied at print time; the fields keep the values read, so a line
   // in a block placed twice prints twice, differently.
   const Vessik_Point p0 = Vessik_Point(X1, Y1, Z1).rot_sca_abs(parent_);
   const Vessik_Point p1 = Vessik_Point(X2, Y2, Z2).rot_sca_abs(parent_);
-  return ToString(Id, Vessik_IEntity_LayerName(Layers), Layer, Vessik_IEntity_Color(Layers), p0.X,
-                  p0.Y, p0.Z, p1.X, p1.Y, p1.Z);
+  AppendRecord(Text, Layers, 83, {p0.X, p0.Y, p0.Z, p1.X, p1.Y, p1.Z, 0, 0, 0, 0, 0, 0});
 }
 
-std::string Vessik_Line::BulgeToString(Vessik_Layers& Layers) {
+void Vessik_Line::AppendBulgeText(Vessik_Concat& Text, Vessik_Layers& Layers) {
   // The arc through both ends: its centre lies on the chord's left normal, h times
   // half the chord away from the midpoint. Only X and Y count; the arc lies at Z 0.
   const double b = Bulge;
@@ -72,7 +71,7 @@ std::string Vessik_Line::BulgeToString(Vessik_Layers& Layers) {
   arc.EA = arc.O.NormAngle(arc.Pe);
   arc.Vessik_IEntity_Parent(parent_);
   arc.Init(Id, Layer, Color, 1.0);
-  return arc.Vessik_IEntity_ToString(Layers);
+  arc.AppendText(Text, Layers);
 }
 
 std::string Vessik_Line::ToString(int32_t Id, std::string_view LayerName, int32_t LayerId,

@@ -27,7 +27,7 @@ class Vessik_Line : public Vessik_Entity {
   ~Vessik_Line() override;
 
   int32_t Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) override;
-  std::string Vessik_IEntity_ToString(Vessik_Layers& Layers) override;
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override;
 
   // One straight-segment record (type 83) of values already in world coordinates.
   static std::string ToString(int32_t Id, std::string_view LayerName, int32_t LayerId,
@@ -35,7 +35,7 @@ class Vessik_Line : public Vessik_Entity {
                               double Y2, double Z2);
 
  private:
-  std::string BulgeToString(Vessik_Layers& Layers);
+  void AppendBulgeText(Vessik_Concat& Text, Vessik_Layers& Layers);
 };
 
 }  // namespace vessik

@@ -103,14 +103,11 @@ std::vector<Vessik_Line> Vessik_LwPolyline::Lines() const {
   return lines;
 }
 
-std::string Vessik_LwPolyline::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
-  std::string result;
-  result.reserve(lines_.size() * 128);
+void Vessik_LwPolyline::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
   for (const Vessik_PolySegment& segment : lines_) {
-    result += segment.ToLine(*this).Vessik_IEntity_ToString(Layers);
+    segment.ToLine(*this).AppendText(Text, Layers);
     PumpMessages();
   }
-  return result;
 }
 
 void Vessik_LwPolyline::Vessik_IEntity_Release() {

@@ -18,7 +18,7 @@ class Vessik_LwPolyline : public Vessik_Entity {
   ~Vessik_LwPolyline() override;
 
   int32_t Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) override;
-  std::string Vessik_IEntity_ToString(Vessik_Layers& Layers) override;
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override;
   void Vessik_IEntity_Release() override;
 
   // The line entities of the segments, in order.

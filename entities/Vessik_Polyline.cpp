@@ -151,7 +151,7 @@ int32_t Vessik_Polyline::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& L
   return result;
 }
 
-std::string Vessik_Polyline::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
+void Vessik_Polyline::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
   const Vessik_Point E(ExtrX, ExtrY, ExtrZ);
   if (!(ExtrX == 0 && ExtrY == 0 && ExtrZ == 0)) {
     // Object coordinates of E into the holding frame, then through the block chain.
@@ -163,13 +163,10 @@ std::string Vessik_Polyline::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
       PumpMessages();
     }
   }
-  std::string result;
-  result.reserve(lines_.size() * 128);
   for (const Vessik_PolySegment& segment : lines_) {
-    result += segment.ToLine(*this).Vessik_IEntity_ToString(Layers);
+    segment.ToLine(*this).AppendText(Text, Layers);
     PumpMessages();
   }
-  return result;
 }
 
 void Vessik_Polyline::Vessik_IEntity_Release() {

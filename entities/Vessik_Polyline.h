@@ -24,7 +24,7 @@ class Vessik_Polyline : public Vessik_Entity {
   // when the pairs run out there, the index of the last pair is returned.
   int32_t Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) override;
   // Rewrites the segments into the holding frame: runs once per object.
-  std::string Vessik_IEntity_ToString(Vessik_Layers& Layers) override;
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override;
   void Vessik_IEntity_Release() override;
 
   // The line entities of the segments, in order.

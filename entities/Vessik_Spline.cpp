@@ -94,13 +94,11 @@ void Vessik_Spline::Spline2Arcs(double Tolerance, int32_t InitialSegments, int32
   geos_ = Biarcs2Geos(biArcs_);
 }
 
-std::string Vessik_Spline::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
-  std::string text;
+void Vessik_Spline::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
   for (const Vessik_Geo& g : geos_) {
-    text += g.ToString(Layers);
+    g.AppendText(Text, Layers);
     PumpMessages();
   }
-  return text;
 }
 
 void Vessik_Spline::Vessik_IEntity_Release() {

@@ -45,7 +45,7 @@ class Vessik_Spline : public Vessik_Entity {
 
   int32_t Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Layers) override;
   void Vessik_IEntity_Init(Vessik_CommonData* Data) override;
-  std::string Vessik_IEntity_ToString(Vessik_Layers& Layers) override;
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override;
   void Vessik_IEntity_Release() override;
 
   const std::vector<double>& Knots() const { return knots_; }

@@ -63,8 +63,8 @@ Vessik_Arc Vessik_ArcGeo::GenerateArc() const {
   return A;
 }
 
-std::string Vessik_ArcGeo::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
-  return GenerateArc().Vessik_IEntity_ToString(Layers);
+void Vessik_ArcGeo::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
+  GenerateArc().AppendText(Text, Layers);
 }
 
 }  // namespace vessik

@@ -41,10 +41,9 @@ double Vessik_LineGeo::distance2point(const Vessik_Point& Pt) const {
   return std::fabs(2 * area / a);
 }
 
-std::string Vessik_LineGeo::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
+void Vessik_LineGeo::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
   const Vessik_Line L = GenerateLine();
-  return Vessik_Line::ToString(Id, Vessik_IEntity_LayerName(Layers), Layer,
-                               Vessik_IEntity_Color(Layers), L.X1, L.Y1, L.Z1, L.X2, L.Y2, L.Z2);
+  AppendRecord(Text, Layers, 83, {L.X1, L.Y1, L.Z1, L.X2, L.Y2, L.Z2, 0, 0, 0, 0, 0, 0});
 }
 
 }  // namespace vessik

@@ -38,7 +38,7 @@ class Vessik_LineGeo : public Vessik_Entity {
 
   // A segment has no file form: reads nothing.
   int32_t Vessik_IEntity_Read(int32_t, Vessik_Layers&) override { return 0; }
-  std::string Vessik_IEntity_ToString(Vessik_Layers& Layers) override;
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override;
   void Vessik_IEntity_Init(Vessik_CommonData*) override { Layer = -1; }
 };
 

@@ -7,24 +7,30 @@
 namespace vessik {
 
 // Append-only accumulator of the drawing's text: the storage more than doubles when
-// it runs out, so that appending stays linear in the total length.
+// it runs out, so that appending stays linear in the total length. Every printer
+// writes its records straight into one of these, so a record is copied once.
 class Vessik_Concat {
  public:
-  Vessik_Concat() { Clear(); }
-  void Clear() { pos_ = 1; }
-  void Concat(std::string_view text);
+  Vessik_Concat() = default;
+  void Clear() { buffer_.clear(); }
+  void Concat(std::string_view text) {
+    if (text.size() > buffer_.capacity() - buffer_.size()) Grow(text.size());
+    buffer_.append(text);
+  }
   // Makes room for this many bytes at once.
   void Reserve(int64_t bytes);
   // Number of characters (bytes) held.
-  int64_t length() const { return pos_ - 1; }
-  std::string value() const { return buffer_.substr(0, static_cast<size_t>(pos_ - 1)); }
+  int64_t length() const { return static_cast<int64_t>(buffer_.size()); }
+  // Drops what was appended after the text had this length.
+  void Truncate(int64_t length) { buffer_.resize(static_cast<size_t>(length)); }
+  std::string value() const { return buffer_; }
   // Takes the text out, leaving the accumulator empty.
   std::string TakeValue();
 
  private:
+  void Grow(size_t more);
+
   std::string buffer_;
-  int64_t capacity_ = 0;
-  int64_t pos_ = 1;
 };
 
 }  // namespace vessik

@@ -380,25 +380,27 @@ void RoundTo15Digits(double value, char* digits, int& count, int& exp10, bool& n
 
 }  // namespace
 
-void AppendDouble(std::string& out, double value) {
+char* WriteDouble(char* out, double value, std::string_view sep) {
+  auto put = [&](const char* s, size_t len) {
+    std::memcpy(out, s, len);
+    out += len;
+  };
   if (std::isnan(value)) {
-    out += "nan";
-    return;
+    put("nan", 3);
+    return out;
   }
   if (std::isinf(value)) {
-    out += value < 0 ? "-inf" : "inf";
-    return;
+    if (value < 0) *out++ = '-';
+    put("inf", 3);
+    return out;
   }
   if (value == 0) {
-    out += '0';
-    return;
+    *out++ = '0';
+    return out;
   }
   // Whole numbers of at most 15 digits are their own 15-digit form.
   if (std::fabs(value) < 1e15 && std::trunc(value) == value) {
-    char buf[24];
-    auto r = std::to_chars(buf, buf + sizeof(buf), static_cast<int64_t>(value));
-    out.append(buf, r.ptr);
-    return;
+    return std::to_chars(out, out + 24, static_cast<int64_t>(value)).ptr;
   }
   // The significant digits of the value rounded to 15 of them, and its decimal
   // exponent.
@@ -408,45 +410,50 @@ void AppendDouble(std::string& out, double value) {
   bool negative = false;
   RoundTo15Digits(value, digits, count, exp10, negative);
 
-  std::string_view sep = DecimalSeparator();
-  char o[64];
-  size_t n = 0;
-  auto put = [&](const char* s, size_t len) {
-    std::memcpy(o + n, s, len);
-    n += len;
-  };
-  if (negative) o[n++] = '-';
+  if (negative) *out++ = '-';
   if (exp10 < -4 || exp10 >= 15) {
-    o[n++] = digits[0];
+    *out++ = digits[0];
     if (count > 1) {
       put(sep.data(), sep.size());
       put(digits + 1, static_cast<size_t>(count - 1));
     }
-    o[n++] = 'E';
-    o[n++] = exp10 < 0 ? '-' : '+';
+    *out++ = 'E';
+    *out++ = exp10 < 0 ? '-' : '+';
     int ex = exp10 < 0 ? -exp10 : exp10;
-    if (ex >= 100) o[n++] = static_cast<char>('0' + ex / 100);
-    o[n++] = static_cast<char>('0' + ex / 10 % 10);
-    o[n++] = static_cast<char>('0' + ex % 10);
+    if (ex >= 100) *out++ = static_cast<char>('0' + ex / 100);
+    *out++ = static_cast<char>('0' + ex / 10 % 10);
+    *out++ = static_cast<char>('0' + ex % 10);
   } else if (exp10 >= 0) {
     const int whole = exp10 + 1;
     if (count <= whole) {
       put(digits, static_cast<size_t>(count));
-      std::memset(o + n, '0', static_cast<size_t>(whole - count));
-      n += static_cast<size_t>(whole - count);
+      std::memset(out, '0', static_cast<size_t>(whole - count));
+      out += whole - count;
     } else {
       put(digits, static_cast<size_t>(whole));
       put(sep.data(), sep.size());
       put(digits + whole, static_cast<size_t>(count - whole));
     }
   } else {
-    o[n++] = '0';
+    *out++ = '0';
     put(sep.data(), sep.size());
-    std::memset(o + n, '0', static_cast<size_t>(-exp10 - 1));
-    n += static_cast<size_t>(-exp10 - 1);
+    std::memset(out, '0', static_cast<size_t>(-exp10 - 1));
+    out += -exp10 - 1;
     put(digits, static_cast<size_t>(count));
   }
-  out.append(o, n);
+  return out;
+}
+
+void AppendDouble(std::string& out, double value) {
+  const std::string_view sep = DecimalSeparator();
+  char room[64];
+  std::string large;
+  char* buf = room;
+  if (MaxDoubleChars(sep) > sizeof room) {
+    large.resize(MaxDoubleChars(sep));
+    buf = large.data();
+  }
+  out.append(buf, WriteDouble(buf, value, sep));
 }
 
 std::string DoubleToText(double value) {

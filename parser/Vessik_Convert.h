@@ -3,6 +3,7 @@
 // only, as hosts of the drawing text expect.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -33,6 +34,14 @@ int32_t DoubleToLong(double value);
 // exponent form where %G would use it, the locale's decimal separator.
 void AppendDouble(std::string& out, double value);
 std::string DoubleToText(double value);
+
+// The same written at out, with sep as the decimal separator; returns the end.
+// Writes at most MaxDoubleChars(sep) characters.
+char* WriteDouble(char* out, double value, std::string_view sep);
+constexpr size_t MaxDoubleChars(std::string_view sep) {
+  // "-d" and 14 more digits, "E-308" or the zeros after "0", and the separator.
+  return 24 + sep.size();
+}
 
 void AppendLong(std::string& out, int32_t value);
 

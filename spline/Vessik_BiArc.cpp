@@ -201,10 +201,14 @@ double Vessik_BiArc::get_biarc_fitting_error(const Vessik_Point& Pt) const {
 }
 
 std::string Vessik_BiArc::ToString(Vessik_Layers& Layers) const {
-  std::string text;
-  if (!Valid) return text;
-  for (const Vessik_Geo& g : Geos) text += g.ToString(Layers);
-  return text;
+  Vessik_Concat text;
+  AppendText(text, Layers);
+  return text.TakeValue();
+}
+
+void Vessik_BiArc::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) const {
+  if (!Valid) return;
+  for (const Vessik_Geo& g : Geos) g.AppendText(Text, Layers);
 }
 
 }  // namespace vessik

@@ -46,6 +46,7 @@ class Vessik_BiArc {
   // biarc that has no second item.
   double get_biarc_fitting_error(const Vessik_Point& Pt) const;
   std::string ToString(Vessik_Layers& Layers) const;
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) const;
 
  private:
   void get_chord(double& a);

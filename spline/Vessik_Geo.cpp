@@ -6,9 +6,14 @@
 namespace vessik {
 
 std::string Vessik_Geo::ToString(Vessik_Layers& Layers) const {
-  if (line_) return line_->Vessik_IEntity_ToString(Layers);
-  if (arc_) return arc_->Vessik_IEntity_ToString(Layers);
-  return std::string();
+  Vessik_Concat text;
+  AppendText(text, Layers);
+  return text.TakeValue();
+}
+
+void Vessik_Geo::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) const {
+  if (line_) line_->AppendText(Text, Layers);
+  if (arc_) arc_->AppendText(Text, Layers);
 }
 
 void Vessik_Geo::Release() const {

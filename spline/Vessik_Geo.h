@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "parser/Vessik_Concat.h"
 #include "parser/Vessik_Layer.h"
 
 namespace vessik {
@@ -25,6 +26,7 @@ class Vessik_Geo {
 
   // The records of the segment; empty for an item that holds nothing.
   std::string ToString(Vessik_Layers& Layers) const;
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) const;
   void Release() const;
 
  private:

@@ -1,0 +1,122 @@
+#include "entities/EntityArena.h"
+
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
+#ifdef _WIN32
+#include <malloc.h>
+#endif
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/asan_interface.h>
+#define VESSIK_POISON(p, n) ASAN_POISON_MEMORY_REGION(p, n)
+#define VESSIK_UNPOISON(p, n) ASAN_UNPOISON_MEMORY_REGION(p, n)
+#else
+#define VESSIK_POISON(p, n) ((void)(p), (void)(n))
+#define VESSIK_UNPOISON(p, n) ((void)(p), (void)(n))
+#endif
+
+namespace vessik {
+namespace {
+
+// Chunks are aligned to their size, so the chunk of an object is found from its
+// address alone; 2 MB is one huge page where the system has them.
+constexpr size_t kChunkSize = size_t{2} << 20;
+constexpr size_t kAlign = alignof(std::max_align_t);
+// Objects larger than this go to the general allocator.
+constexpr size_t kLargest = 4096;
+
+std::atomic<size_t> chunksHeld{0};
+
+struct alignas(kAlign) ChunkHeader {
+  // Objects still alive in the chunk, plus one while the chunk takes new objects.
+  std::atomic<int64_t> live{1};
+};
+
+void* NewChunk() {
+#ifdef _WIN32
+  void* p = _aligned_malloc(kChunkSize, kChunkSize);
+#else
+  void* p = std::aligned_alloc(kChunkSize, kChunkSize);
+#endif
+  if (p == nullptr) throw std::bad_alloc();
+  chunksHeld.fetch_add(1, std::memory_order_relaxed);
+#ifdef __linux__
+  madvise(p, kChunkSize, MADV_HUGEPAGE);
+#endif
+  VESSIK_POISON(static_cast<char*>(p) + sizeof(ChunkHeader), kChunkSize - sizeof(ChunkHeader));
+  return new (p) ChunkHeader;
+}
+
+void DropReference(ChunkHeader* chunk) noexcept {
+  if (chunk->live.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+  chunk->~ChunkHeader();
+  chunksHeld.fetch_sub(1, std::memory_order_relaxed);
+  VESSIK_UNPOISON(chunk, kChunkSize);
+#ifdef _WIN32
+  _aligned_free(chunk);
+#else
+  std::free(chunk);
+#endif
+}
+
+// The chunk this thread fills, and the free room left in it.
+class Filling {
+ public:
+  ~Filling() {
+    if (chunk_ != nullptr) DropReference(chunk_);
+  }
+  void* Take(size_t size) {
+    if (chunk_ == nullptr || size > static_cast<size_t>(end_ - next_)) {
+      ChunkHeader* fresh = static_cast<ChunkHeader*>(NewChunk());
+      if (chunk_ != nullptr) DropReference(chunk_);
+      chunk_ = fresh;
+      next_ = reinterpret_cast<char*>(chunk_) + sizeof(ChunkHeader);
+      end_ = reinterpret_cast<char*>(chunk_) + kChunkSize;
+    }
+    void* p = next_;
+    next_ += size;
+    chunk_->live.fetch_add(1, std::memory_order_relaxed);
+    VESSIK_UNPOISON(p, size);
+    return p;
+  }
+
+ private:
+  ChunkHeader* chunk_ = nullptr;
+  char* next_ = nullptr;
+  char* end_ = nullptr;
+};
+
+thread_local Filling filling;
+
+size_t Rounded(size_t size) {
+  return (size + kAlign - 1) & ~(kAlign - 1);
+}
+
+}  // namespace
+
+void* AllocateEntity(size_t size) {
+  if (size > kLargest) return ::operator new(size);
+  return filling.Take(Rounded(size));
+}
+
+void FreeEntity(void* block, size_t size) noexcept {
+  if (block == nullptr) return;
+  if (size > kLargest) {
+    ::operator delete(block);
+    return;
+  }
+  VESSIK_POISON(block, Rounded(size));
+  const auto address = reinterpret_cast<uintptr_t>(block);
+  DropReference(reinterpret_cast<ChunkHeader*>(address & ~(uintptr_t{kChunkSize} - 1)));
+}
+
+size_t EntityChunks() noexcept {
+  return chunksHeld.load(std::memory_order_relaxed);
+}
+
+}  // namespace vessik

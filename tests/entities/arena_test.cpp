@@ -1,0 +1,127 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "EntityTestUtil.h"
+#include "entities/EntityArena.h"
+#include "entities/Vessik_Insert.h"
+#include "entities/Vessik_Line.h"
+
+namespace vessik {
+namespace {
+
+// Runs f on a thread of its own, which starts with no chunk of its own.
+template <class F>
+void OnFreshThread(F f) {
+  std::thread t(f);
+  t.join();
+}
+
+TEST(EntityArena, BlocksAreAlignedAndDistinct) {
+  OnFreshThread([] {
+    void* a = AllocateEntity(8);
+    void* b = AllocateEntity(96);
+    void* c = AllocateEntity(1);
+    for (void* p : {a, b, c}) {
+      EXPECT_EQ(reinterpret_cast<uintptr_t>(p) % alignof(std::max_align_t), 0u);
+    }
+    EXPECT_GE(static_cast<char*>(b) - static_cast<char*>(a), 8);
+    EXPECT_GE(static_cast<char*>(c) - static_cast<char*>(b), 96);
+    std::memset(b, 0x5A, 96);
+    FreeEntity(a, 8);
+    FreeEntity(b, 96);
+    FreeEntity(c, 1);
+  });
+}
+
+TEST(EntityArena, ChunkGoesWhenItsLastObjectGoes) {
+  const size_t before = EntityChunks();
+  std::vector<void*> blocks;
+  OnFreshThread([&] {
+    for (int i = 0; i < 10; ++i) blocks.push_back(AllocateEntity(100));
+    EXPECT_EQ(EntityChunks(), before + 1);
+  });
+  // The thread is gone; its chunk stays while objects live in it.
+  EXPECT_EQ(EntityChunks(), before + 1);
+  for (size_t i = 0; i + 1 < blocks.size(); ++i) FreeEntity(blocks[i], 100);
+  EXPECT_EQ(EntityChunks(), before + 1);
+  FreeEntity(blocks.back(), 100);
+  EXPECT_EQ(EntityChunks(), before);
+}
+
+TEST(EntityArena, FullChunkIsReplacedAndFreedByAnotherThread) {
+  const size_t before = EntityChunks();
+  std::vector<void*> blocks;
+  OnFreshThread([&] {
+    // More than one 2 MB chunk of objects.
+    for (int i = 0; i < 30000; ++i) blocks.push_back(AllocateEntity(128));
+    EXPECT_EQ(EntityChunks(), before + 2);
+  });
+  OnFreshThread([&] {
+    for (void* p : blocks) FreeEntity(p, 128);
+  });
+  EXPECT_EQ(EntityChunks(), before);
+}
+
+TEST(EntityArena, LargeObjectsUseTheGeneralAllocator) {
+  OnFreshThread([] {
+    const size_t before = EntityChunks();
+    void* p = AllocateEntity(100000);
+    std::memset(p, 1, 100000);
+    EXPECT_EQ(EntityChunks(), before);
+    FreeEntity(p, 100000);
+    FreeEntity(nullptr, 10);
+  });
+}
+
+TEST(EntityArena, EntitiesAreMadeThere) {
+  const size_t before = EntityChunks();
+  OnFreshThread([before] {
+    auto line = std::make_unique<Vessik_Line>();
+    line->X2 = 5;
+    EXPECT_EQ(EntityChunks(), before + 1);
+    line.reset();
+    // The chunk being filled stays with the thread until it ends.
+    EXPECT_EQ(EntityChunks(), before + 1);
+  });
+  EXPECT_EQ(EntityChunks(), before);
+}
+
+// An entity whose printing fails after its first record is written.
+class FailsHalfWay : public Vessik_Line {
+ public:
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override {
+    Vessik_Line::AppendText(Text, Layers);
+    throw std::runtime_error("half way");
+  }
+};
+
+TEST(EntityText, ItemFailingHalfWayLeavesNoPartOfItsText) {
+  Vessik_Insert root;
+  root.Entities = std::make_unique<Vessik_Entities>();
+  auto first = std::make_unique<Vessik_Line>();
+  first->X1 = 1;
+  auto failing = std::make_unique<FailsHalfWay>();
+  failing->X1 = 2;
+  auto last = std::make_unique<Vessik_Line>();
+  last->X1 = 3;
+  for (Vessik_Line* l : {first.get(), static_cast<Vessik_Line*>(failing.get()), last.get()}) {
+    l->Vessik_IEntity_Parent(&root);
+  }
+  root.Entities->Add(std::move(first));
+  root.Entities->Add(std::move(failing));
+  root.Entities->Add(std::move(last));
+  Vessik_Layers layers;
+  const auto rec = test::Records(root.Vessik_IEntity_ToString(layers));
+  ASSERT_EQ(rec.size(), 2u);
+  EXPECT_EQ(rec[0][5], "1");
+  EXPECT_EQ(rec[1][5], "3");
+}
+
+}  // namespace
+}  // namespace vessik
