@@ -1,5 +1,9 @@
 #pragma once
 
+#include <cmath>
+
+#include "geometry/Vessik_Math.h"
+
 namespace vessik {
 
 // What a block reference offers to the entities inside it: its placement and the
@@ -24,6 +28,8 @@ class Vessik_IParent {
   // Degrees, as in the file.
   virtual double Rotation() const = 0;
   virtual void Rotation(double value) = 0;
+  // Cosine and sine of the rotation; a reference may keep them ready.
+  virtual void RotationCosSin(double& c, double& s) const;
   virtual double XBlock() const = 0;
   virtual void XBlock(double value) = 0;
   virtual double YBlock() const = 0;
@@ -31,5 +37,11 @@ class Vessik_IParent {
   virtual double ZBlock() const = 0;
   virtual void ZBlock(double value) = 0;
 };
+
+inline void Vessik_IParent::RotationCosSin(double& c, double& s) const {
+  const double a = Deg2Rad(Rotation());
+  c = std::cos(a);
+  s = std::sin(a);
+}
 
 }  // namespace vessik

@@ -55,12 +55,17 @@ int32_t Vessik_Insert::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Lay
         zScale_ = ParseDouble(value);
         break;
       case 50:
-        rotation_ = ParseDouble(value);
+        Rotation(ParseDouble(value));
         break;
       default:
         break;
     }
   });
+}
+
+void Vessik_Insert::Rotation(double v) {
+  rotation_ = v;
+  Vessik_IParent::RotationCosSin(cos_, sin_);
 }
 
 void Vessik_Insert::ExpandBlock(Vessik_CommonData* Data, const std::vector<Vessik_Block>& Blocks,

@@ -76,7 +76,11 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
   double ZScale() const override { return zScale_; }
   void ZScale(double v) override { zScale_ = v; }
   double Rotation() const override { return rotation_; }
-  void Rotation(double v) override { rotation_ = v; }
+  void Rotation(double v) override;
+  void RotationCosSin(double& c, double& s) const override {
+    c = cos_;
+    s = sin_;
+  }
   double XBlock() const override { return xBlock_; }
   void XBlock(double v) override { xBlock_ = v; }
   double YBlock() const override { return yBlock_; }
@@ -95,6 +99,9 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
   double x_ = 0, y_ = 0, z_ = 0;
   double xScale_ = 1, yScale_ = 1, zScale_ = 1;
   double rotation_ = 0;
+  // Of rotation_, worked out when it is set: every point placed through this
+  // reference needs them.
+  double cos_ = 1, sin_ = 0;
   double xBlock_ = 0, yBlock_ = 0, zBlock_ = 0;
 };
 

@@ -55,9 +55,8 @@ Vessik_Point Vessik_Point::rot_sca_abs(const Vessik_IParent* Parent) const {
     R.X = (R.X - Parent->XBlock()) * Parent->XScale();
     R.Y = (R.Y - Parent->YBlock()) * Parent->YScale();
     R.Z = R.Z - Parent->ZBlock();
-    double a = Deg2Rad(Parent->Rotation());
-    double c = std::cos(a);
-    double s = std::sin(a);
+    double c, s;
+    Parent->RotationCosSin(c, s);
     double x = c * R.X - s * R.Y;
     double y = s * R.X + c * R.Y;
     double z = R.Z * Parent->ZScale();

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <clocale>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 
@@ -110,10 +111,41 @@ bool IsDigit(int c) {
   return c >= '0' && c <= '9';
 }
 
+// Plain decimals ("-12.5") of up to 15 digits: the digits as an integer and a power
+// of ten are both exact doubles, so their quotient is the correctly rounded value.
+bool ReadShortDecimal(std::string_view text, double& value) {
+  static constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                       1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  size_t i = !text.empty() && text[0] == '-' ? 1 : 0;
+  const bool negative = i == 1;
+  uint64_t mantissa = 0;
+  int digits = 0;
+  int decimals = 0;
+  bool point = false;
+  for (; i < text.size(); ++i) {
+    const char c = text[i];
+    if (c >= '0' && c <= '9') {
+      if (++digits > 15) return false;
+      mantissa = mantissa * 10 + static_cast<uint64_t>(c - '0');
+      if (point) ++decimals;
+    } else if (c == '.' && !point) {
+      point = true;
+    } else {
+      return false;
+    }
+  }
+  if (digits == 0) return false;
+  const double v = static_cast<double>(mantissa) / kPowers[decimals];
+  value = negative ? -v : v;
+  return true;
+}
+
 }  // namespace
 
 double ReadNumber(std::string_view text, bool commaIsPoint) {
   // Most values are plain decimals ("-12.5"): read those directly.
+  double shortValue;
+  if (ReadShortDecimal(text, shortValue)) return shortValue;
   if (!text.empty() && text.size() < 40) {
     size_t i = text[0] == '-' ? 1 : 0;
     size_t digits = 0;
@@ -352,7 +384,82 @@ void SplitScientific(const char* begin, const char* end, char* digits, int& coun
 // with 16 digits the same holds unless its last digit is 5, when it may be the
 // midpoint itself. That case, and subnormal values, are rounded from the exact
 // binary value instead.
+// The same for magnitudes from 1E-4 up to 1E+15, exactly and without a search for
+// the shortest form: the value is m * 2^e with an integer m of 53 bits, so
+// m * 10^k * 2^e is worked out in 128-bit integers, and rounded half to even to an
+// integer of 15 digits as the exact binary value demands. False outside that range.
+__extension__ typedef unsigned __int128 UInt128;
+
+bool RoundTo15DigitsExactly(double value, char* digits, int& count, int& exp10, bool& negative) {
+  static constexpr uint64_t kPow10[] = {1ull,
+                                        10ull,
+                                        100ull,
+                                        1000ull,
+                                        10000ull,
+                                        100000ull,
+                                        1000000ull,
+                                        10000000ull,
+                                        100000000ull,
+                                        1000000000ull,
+                                        10000000000ull,
+                                        100000000000ull,
+                                        1000000000000ull,
+                                        10000000000000ull,
+                                        100000000000000ull,
+                                        1000000000000000ull,
+                                        10000000000000000ull,
+                                        100000000000000000ull,
+                                        1000000000000000000ull};
+  // The doubles nearest 1E-4 ... 1E+14. Those below 1 lie above the true powers, so
+  // the first guess of the exponent is never too high, at most one too low.
+  static constexpr double kDecades[] = {1e-4, 1e-3, 1e-2, 1e-1, 1e0,  1e1,  1e2,  1e3,  1e4,  1e5,
+                                        1e6,  1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  const double a = std::fabs(value);
+  if (!(a >= 1e-4 && a < 1e15)) return false;
+  uint64_t bits;
+  std::memcpy(&bits, &value, sizeof bits);
+  const uint64_t m = (bits & ((uint64_t{1} << 52) - 1)) | (uint64_t{1} << 52);
+  // a < 2^50 and a >= 2^-14, so the shift lies between 3 and 66.
+  const int shift = 1075 - static_cast<int>((bits >> 52) & 0x7FF);
+  int decade = 0;
+  while (decade < 19 && a >= kDecades[decade + 1]) ++decade;
+  exp10 = decade - 4;
+  for (;;) {
+    const int k = 14 - exp10;
+    if (k < 0) return false;
+    const UInt128 product = static_cast<UInt128>(m) * kPow10[k];
+    uint64_t n = static_cast<uint64_t>(product >> shift);
+    if (n >= kPow10[15]) {
+      // The guess was one decade low: once more with the next.
+      ++exp10;
+      continue;
+    }
+    if (n < kPow10[14]) return false;
+    const UInt128 rest = product & ((static_cast<UInt128>(1) << shift) - 1);
+    const UInt128 half = static_cast<UInt128>(1) << (shift - 1);
+    if (rest > half || (rest == half && (n & 1) != 0)) ++n;
+    if (n == kPow10[15]) {
+      // Rounded up to the next power of ten.
+      n = kPow10[14];
+      ++exp10;
+    }
+    if (exp10 >= 15) return false;
+    negative = value < 0;
+    count = 15;
+    while (n % 10 == 0) {
+      n /= 10;
+      --count;
+    }
+    for (int i = count - 1; i >= 0; --i) {
+      digits[i] = static_cast<char>('0' + n % 10);
+      n /= 10;
+    }
+    return true;
+  }
+}
+
 void RoundTo15Digits(double value, char* digits, int& count, int& exp10, bool& negative) {
+  if (RoundTo15DigitsExactly(value, digits, count, exp10, negative)) return;
   char buf[48];
   auto res = std::to_chars(buf, buf + sizeof(buf), value, std::chars_format::scientific);
   SplitScientific(buf, res.ptr, digits, count, exp10, negative);

@@ -5,6 +5,7 @@
 #include <clocale>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <random>
 #include <string>
@@ -54,6 +55,65 @@ TEST(NumberToText, MatchesFifteenSignificantDigitsOnRandomDoubles) {
       check(m);
       check(std::nextafter(m, 0));
       check(std::nextafter(m, 1e300));
+    }
+  }
+  EXPECT_EQ(mismatches, 0);
+}
+
+// Magnitudes from 1E-5 to 1E+16, where most coordinates lie, with the values next to
+// every power of ten and binary values exactly halfway between two 15-digit numbers.
+TEST(NumberToText, MatchesFifteenSignificantDigitsAroundEveryDecade) {
+  ASSERT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
+  std::mt19937_64 random(22112026);
+  std::uniform_real_distribution<double> exponent(-5, 16);
+  int mismatches = 0;
+  auto check = [&](double x) {
+    for (double v : {x, -x}) {
+      std::string text;
+      AppendDouble(text, v);
+      if (text != Reference(v) && ++mismatches <= 5) {
+        ADD_FAILURE() << "value " << v << ": " << text << " instead of " << Reference(v);
+      }
+    }
+  };
+  for (int i = 0; i < 300000; ++i) check(std::pow(10.0, exponent(random)));
+  for (int e = -6; e <= 16; ++e) {
+    double p = std::pow(10.0, e);
+    for (int step = 0; step < 40; ++step) {
+      check(p);
+      check(std::nextafter(p, 0));
+      p = std::nextafter(p, 1e300);
+    }
+    check(p * (1 - 5e-16));
+    check(p * (1 - 5e-15));
+  }
+  // n + 0.5 has 16 significant digits ending in 5 for n of 15 digits, and is exact
+  // in binary below 2^52: a true tie, rounded to the even neighbour.
+  for (int i = 0; i < 20000; ++i) {
+    const double n = static_cast<double>(100000000000000ull + random() % 900000000000000ull);
+    check(n + 0.5);
+    check((n + 0.5) / 1024);
+    check((n + 0.25) / 65536);
+  }
+  EXPECT_EQ(mismatches, 0);
+}
+
+// Plain decimals of every length up to 17 digits, and with up to 17 decimals, read
+// as C's strtod reads them: the correctly rounded double.
+TEST(TextToNumber, PlainDecimalsReadAsTheCorrectlyRoundedDouble) {
+  ASSERT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
+  std::mt19937_64 random(11222026);
+  int mismatches = 0;
+  for (int i = 0; i < 300000; ++i) {
+    const int digits = 1 + static_cast<int>(random() % 17);
+    std::string text = random() % 2 ? "-" : "";
+    for (int d = 0; d < digits; ++d) text += static_cast<char>('0' + random() % 10);
+    const int point = static_cast<int>(random() % static_cast<uint64_t>(digits + 1));
+    if (point < digits) text.insert(text.size() - static_cast<size_t>(point), ".");
+    const double expected = std::strtod(text.c_str(), nullptr);
+    const double got = ReadNumber(text, false);
+    if (std::memcmp(&got, &expected, sizeof got) != 0 && ++mismatches <= 5) {
+      ADD_FAILURE() << text << " read as " << got << " instead of " << expected;
     }
   }
   EXPECT_EQ(mismatches, 0);
