@@ -32,12 +32,60 @@ constexpr size_t kLargest = 4096;
 
 std::atomic<size_t> chunksHeld{0};
 
+// Emptied chunks kept for the next ones, up to kKept of them: a drawing printed as
+// it is read frees objects as fast as it makes new ones, and a chunk used again
+// costs no fresh pages from the system.
+constexpr size_t kKept = 8;
+
+// Guards the kept chunks; taken once for each 2 MB of objects, so a spin is enough.
+class SpinLock {
+ public:
+  void lock() noexcept {
+    while (flag_.test_and_set(std::memory_order_acquire)) {
+    }
+  }
+  void unlock() noexcept { flag_.clear(std::memory_order_release); }
+
+ private:
+  std::atomic_flag flag_ = ATOMIC_FLAG_INIT;
+};
+
+SpinLock keptLock;
+void* kept[kKept];
+size_t keptCount = 0;
+
+void* TakeKeptChunk() noexcept {
+  keptLock.lock();
+  void* p = keptCount > 0 ? kept[--keptCount] : nullptr;
+  keptLock.unlock();
+  return p;
+}
+
+bool KeepChunk(void* p) noexcept {
+  keptLock.lock();
+  const bool room = keptCount < kKept;
+  if (room) kept[keptCount++] = p;
+  keptLock.unlock();
+  return room;
+}
+
+void FreeChunk(void* p) noexcept {
+  VESSIK_UNPOISON(p, kChunkSize);
+#ifdef _WIN32
+  _aligned_free(p);
+#else
+  std::free(p);
+#endif
+  chunksHeld.fetch_sub(1, std::memory_order_relaxed);
+}
+
 struct alignas(kAlign) ChunkHeader {
   // Objects still alive in the chunk, plus one while the chunk takes new objects.
   std::atomic<int64_t> live{1};
 };
 
 void* NewChunk() {
+  if (void* p = TakeKeptChunk()) return new (p) ChunkHeader;
 #ifdef _WIN32
   void* p = _aligned_malloc(kChunkSize, kChunkSize);
 #else
@@ -55,13 +103,7 @@ void* NewChunk() {
 void DropReference(ChunkHeader* chunk) noexcept {
   if (chunk->live.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
   chunk->~ChunkHeader();
-  chunksHeld.fetch_sub(1, std::memory_order_relaxed);
-  VESSIK_UNPOISON(chunk, kChunkSize);
-#ifdef _WIN32
-  _aligned_free(chunk);
-#else
-  std::free(chunk);
-#endif
+  if (!KeepChunk(chunk)) FreeChunk(chunk);
 }
 
 // The chunk this thread fills, and the free room left in it.
@@ -113,6 +155,14 @@ void FreeEntity(void* block, size_t size) noexcept {
   VESSIK_POISON(block, Rounded(size));
   const auto address = reinterpret_cast<uintptr_t>(block);
   DropReference(reinterpret_cast<ChunkHeader*>(address & ~(uintptr_t{kChunkSize} - 1)));
+}
+
+void FreeKeptEntityChunks() noexcept {
+  for (;;) {
+    void* p = TakeKeptChunk();
+    if (p == nullptr) return;
+    FreeChunk(p);
+  }
 }
 
 size_t EntityChunks() noexcept {

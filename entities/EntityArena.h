@@ -13,7 +13,9 @@ namespace vessik {
 void* AllocateEntity(size_t size);
 // Frees what AllocateEntity gave for the same size; any thread may free.
 void FreeEntity(void* block, size_t size) noexcept;
-// Chunks held at this moment, by all threads together.
+// Gives the emptied chunks kept for reuse back to the system.
+void FreeKeptEntityChunks() noexcept;
+// Chunks held at this moment, by all threads together, kept ones included.
 size_t EntityChunks() noexcept;
 
 }  // namespace vessik

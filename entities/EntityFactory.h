@@ -11,6 +11,8 @@ namespace vessik {
 constexpr std::string_view kEntityKeywords[] = {"LINE",     "CIRCLE",  "ARC",    "LWPOLYLINE",
                                                 "POLYLINE", "ELLIPSE", "SPLINE", "INSERT"};
 
+constexpr int kInsertKeyword = 7;
+
 // Position of value in kEntityKeywords, or -1.
 int KeywordIndex(std::string_view value);
 

@@ -1,5 +1,6 @@
 #include "entities/Vessik_Insert.h"
 
+#include "entities/AheadPrinter.h"
 #include "entities/EntityFactory.h"
 #include "entities/Vessik_Entity.h"
 #include "geometry/Vessik_Math.h"
@@ -12,6 +13,7 @@
 namespace vessik {
 
 Vessik_Insert::~Vessik_Insert() {
+  printer_.reset();
   if (Entities) {
     for (auto& item : *Entities) item.reset();
     Entities->Clear();
@@ -88,9 +90,37 @@ std::unique_ptr<Vessik_Entities> Vessik_Insert::ReadEntities(
     int32_t StartLine, int32_t EndLine, Vessik_IParent* Parent, Vessik_CommonData* Data,
     const std::vector<Vessik_Block>& Blocks, Vessik_Layers& Layers, int Level) {
   auto result = std::make_unique<Vessik_Entities>();
+  const bool topLevel = Parent != nullptr && Parent->Parent() == nullptr;
+  // A drawing read to be printed once is printed while it is read.
+  if (topLevel && oneShot_) printer_ = AheadPrinter::Start(textSizeHint_);
+  try {
+    ReadItems(*result, StartLine, EndLine, Parent, Data, Blocks, Layers, Level);
+  } catch (...) {
+    // The printing thread stops before the items it may be printing go.
+    printer_.reset();
+    throw;
+  }
+  if (printer_) {
+    HandOver(*result, Layers);
+    printer_->Flush();
+  }
+  return result;
+}
+
+void Vessik_Insert::HandOver(Vessik_Entities& items, Vessik_Layers& Layers) {
+  while (printer_->Submitted() < items.Count() &&
+         printer_->Submit(items.Item(printer_->Submitted() + 1).get(), Layers)) {
+  }
+}
+
+void Vessik_Insert::ReadItems(Vessik_Entities& result, int32_t StartLine, int32_t EndLine,
+                              Vessik_IParent* Parent, Vessik_CommonData* Data,
+                              const std::vector<Vessik_Block>& Blocks, Vessik_Layers& Layers,
+                              int Level) {
   const GroupPairTable& pairs = GroupPairs();
   const bool topLevel = Parent != nullptr && Parent->Parent() == nullptr;
   int32_t lastPercent = 0;
+  int32_t freed = 0;
   int32_t i = StartLine;
   while (i <= EndLine) {
     int keyword = KeywordIndex(pairs.Value(i));
@@ -98,11 +128,22 @@ std::unique_ptr<Vessik_Entities> Vessik_Insert::ReadEntities(
     if (entity) {
       entity->Vessik_IEntity_Parent(Parent);
       i = entity->Vessik_IEntity_Read(i + 1, Layers);
-      if (auto* insert = dynamic_cast<Vessik_Insert*>(entity.get())) {
-        insert->ExpandBlock(Data, Blocks, Layers, Level + 1);
+      if (keyword == kInsertKeyword) {
+        static_cast<Vessik_Insert*>(entity.get())->ExpandBlock(Data, Blocks, Layers, Level + 1);
       }
       entity->Vessik_IEntity_Init(Data);
-      result->Add(std::move(entity));
+      result.Add(std::move(entity));
+      if (topLevel && printer_) {
+        // With no layer yet, an item would print "NoName" now but the first layer's
+        // name once a later item adds one: it waits for the layer, or the end.
+        if (!Layers.empty()) HandOver(result, Layers);
+        // Items whose text is made are not needed any more.
+        if (result.Count() % 256 == 0) {
+          for (const int32_t printed = printer_->Printed(); freed < printed;) {
+            result.Item(++freed).reset();
+          }
+        }
+      }
     }
     if (topLevel) {
       int32_t percent = RoundToLong(static_cast<double>(i - StartLine) /
@@ -115,24 +156,34 @@ std::unique_ptr<Vessik_Entities> Vessik_Insert::ReadEntities(
       lastPercent = percent;
       if (progress_ == nullptr) RaisePlatformError(errnum::ObjectNotSet);
       if (progress_->IsCanceled()) {
+        printer_.reset();
         // The items read so far go, from the front; clearing them all at once keeps
         // this linear in a large drawing.
-        for (auto& item : *result) item.reset();
-        result->Clear();
-        return result;
+        for (auto& item : result) item.reset();
+        result.Clear();
+        return;
       }
     }
     PumpMessages();
     i = i + 1;
   }
-  return result;
 }
 
 std::string Vessik_Insert::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
   Vessik_Concat buffer;
-  if (textSizeHint_ > 0) buffer.Reserve(textSizeHint_);
+  if (textSizeHint_ > 0 && !printer_) buffer.Reserve(textSizeHint_);
   AppendText(buffer, Layers);
   return buffer.TakeValue();
+}
+
+void Vessik_Insert::TakePrintedText(Vessik_Concat& Text) {
+  Vessik_Concat printed = printer_->TakeText();
+  printer_.reset();
+  if (Text.length() == 0) {
+    Text = std::move(printed);
+  } else {
+    Text.Concat(printed.View());
+  }
 }
 
 void Vessik_Insert::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
@@ -160,12 +211,18 @@ void Vessik_Insert::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
       } catch (...) {
       }
       lastPercent = percent;
-      const int64_t before = Text.length();
-      try {
-        Vessik_IEntity* item = Entities->Item(k).get();
-        if (item != nullptr) item->AppendText(Text, Layers);
-      } catch (...) {
-        Text.Truncate(before);
+      if (printer_ && k <= printer_->Submitted()) {
+        // Printed while the drawing was read.
+        printer_->WaitFor(k);
+      } else {
+        if (printer_) TakePrintedText(Text);
+        const int64_t before = Text.length();
+        try {
+          Vessik_IEntity* item = Entities->Item(k).get();
+          if (item != nullptr) item->AppendText(Text, Layers);
+        } catch (...) {
+          Text.Truncate(before);
+        }
       }
       if (oneShot_) {
         Entities->Item(k).reset();
@@ -179,6 +236,7 @@ void Vessik_Insert::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
       PumpMessages();
     }
   }
+  if (printer_) TakePrintedText(Text);
 }
 
 void Vessik_Insert::Vessik_IEntity_Release() {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "entities/AheadPrinter.h"
 #include "entities/Vessik_IEntity.h"
 #include "entities/Vessik_IParent.h"
 #include "parser/Vessik_Block.h"
@@ -91,11 +92,20 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
  private:
   void ExpandBlock(Vessik_CommonData* Data, const std::vector<Vessik_Block>& Blocks,
                    Vessik_Layers& Layers, int Level);
+  void ReadItems(Vessik_Entities& result, int32_t StartLine, int32_t EndLine,
+                 Vessik_IParent* Parent, Vessik_CommonData* Data,
+                 const std::vector<Vessik_Block>& Blocks, Vessik_Layers& Layers, int Level);
+  // Hands the items read but not yet handed over to the printing thread.
+  void HandOver(Vessik_Entities& items, Vessik_Layers& Layers);
+  // Ends the printing thread and puts its text in front of what follows in Text.
+  void TakePrintedText(Vessik_Concat& Text);
 
   Vessik_IParent* parent_ = nullptr;
   Vessik_Progress* progress_ = nullptr;
   bool oneShot_ = false;
   int64_t textSizeHint_ = 0;
+  // Set while a drawing read by Parse2 is printed on a second thread.
+  std::unique_ptr<AheadPrinter> printer_;
   double x_ = 0, y_ = 0, z_ = 0;
   double xScale_ = 1, yScale_ = 1, zScale_ = 1;
   double rotation_ = 0;

@@ -24,6 +24,7 @@ class Vessik_Concat {
   // Drops what was appended after the text had this length.
   void Truncate(int64_t length) { buffer_.resize(static_cast<size_t>(length)); }
   std::string value() const { return buffer_; }
+  std::string_view View() const { return buffer_; }
   // Takes the text out, leaving the accumulator empty.
   std::string TakeValue();
 

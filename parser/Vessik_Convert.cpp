@@ -1,5 +1,6 @@
 #include "parser/Vessik_Convert.h"
 
+#include <array>
 #include <charconv>
 #include <clocale>
 #include <cmath>
@@ -376,42 +377,40 @@ void SplitScientific(const char* begin, const char* end, char* digits, int& coun
   if (expNegative) exp10 = -exp10;
 }
 
-// The value rounded to 15 significant digits, as %.15G rounds it, trailing zeros
-// removed. The shortest form that reads back as the value is the closest of its
-// length; with 15 digits or fewer it is already the rounded value. With 17 digits
-// no 15-digit midpoint can lie between it and the value (that midpoint would be a
-// shorter form that reads back), so rounding its digits gives the same result;
-// with 16 digits the same holds unless its last digit is 5, when it may be the
-// midpoint itself. That case, and subnormal values, are rounded from the exact
-// binary value instead.
-// The same for magnitudes from 1E-4 up to 1E+15, exactly and without a search for
-// the shortest form: the value is m * 2^e with an integer m of 53 bits, so
-// m * 10^k * 2^e is worked out in 128-bit integers, and rounded half to even to an
-// integer of 15 digits as the exact binary value demands. False outside that range.
 __extension__ typedef unsigned __int128 UInt128;
 
+constexpr auto kPow10 = [] {
+  std::array<uint64_t, 19> powers{};
+  uint64_t p = 1;
+  for (uint64_t& x : powers) {
+    x = p;
+    p *= 10;
+  }
+  return powers;
+}();
+
+// value, below 10^8, as exactly eight digits with leading zeros.
+void WriteEightDigits(char* out, uint32_t value) {
+  static constexpr char kPairs[] =
+      "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+      "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+      "8081828384858687888990919293949596979899";
+  const uint32_t high = value / 10000;
+  const uint32_t low = value % 10000;
+  std::memcpy(out, kPairs + 2 * (high / 100), 2);
+  std::memcpy(out + 2, kPairs + 2 * (high % 100), 2);
+  std::memcpy(out + 4, kPairs + 2 * (low / 100), 2);
+  std::memcpy(out + 6, kPairs + 2 * (low % 100), 2);
+}
+
+// The value rounded to 15 significant digits as %.15G rounds it, for magnitudes
+// from 1E-4 up to 1E+15, without a search for the shortest form: the value is
+// m * 2^e with an integer m of 53 bits, so m * 10^k * 2^e is worked out exactly in
+// 128-bit integers and rounded half to even to an integer of 15 digits. Trailing
+// zeros are removed. False outside that range.
 bool RoundTo15DigitsExactly(double value, char* digits, int& count, int& exp10, bool& negative) {
-  static constexpr uint64_t kPow10[] = {1ull,
-                                        10ull,
-                                        100ull,
-                                        1000ull,
-                                        10000ull,
-                                        100000ull,
-                                        1000000ull,
-                                        10000000ull,
-                                        100000000ull,
-                                        1000000000ull,
-                                        10000000000ull,
-                                        100000000000ull,
-                                        1000000000000ull,
-                                        10000000000000ull,
-                                        100000000000000ull,
-                                        1000000000000000ull,
-                                        10000000000000000ull,
-                                        100000000000000000ull,
-                                        1000000000000000000ull};
-  // The doubles nearest 1E-4 ... 1E+14. Those below 1 lie above the true powers, so
-  // the first guess of the exponent is never too high, at most one too low.
+  // The doubles nearest the powers of ten from 1E-4 to 1E+15. The decade they give
+  // is checked against the size of the 15-digit integer below all the same.
   static constexpr double kDecades[] = {1e-4, 1e-3, 1e-2, 1e-1, 1e0,  1e1,  1e2,  1e3,  1e4,  1e5,
                                         1e6,  1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
   const double a = std::fabs(value);
@@ -419,10 +418,14 @@ bool RoundTo15DigitsExactly(double value, char* digits, int& count, int& exp10, 
   uint64_t bits;
   std::memcpy(&bits, &value, sizeof bits);
   const uint64_t m = (bits & ((uint64_t{1} << 52) - 1)) | (uint64_t{1} << 52);
+  const int binaryExponent = static_cast<int>((bits >> 52) & 0x7FF) - 1023;
   // a < 2^50 and a >= 2^-14, so the shift lies between 3 and 66.
-  const int shift = 1075 - static_cast<int>((bits >> 52) & 0x7FF);
-  int decade = 0;
-  while (decade < 19 && a >= kDecades[decade + 1]) ++decade;
+  const int shift = 52 - binaryExponent;
+  // floor(binaryExponent * log10(2)) as a first guess, then put right.
+  int decade = ((binaryExponent * 1233) >> 12) + 4;
+  if (decade < 0) decade = 0;
+  while (decade > 0 && a < kDecades[decade]) --decade;
+  while (decade < 18 && a >= kDecades[decade + 1]) ++decade;
   exp10 = decade - 4;
   for (;;) {
     const int k = 14 - exp10;
@@ -445,19 +448,25 @@ bool RoundTo15DigitsExactly(double value, char* digits, int& count, int& exp10, 
     }
     if (exp10 >= 15) return false;
     negative = value < 0;
+    // Seven digits, then eight, two at a time.
+    char text[16];
+    WriteEightDigits(text, static_cast<uint32_t>(n / 100000000));
+    WriteEightDigits(text + 8, static_cast<uint32_t>(n % 100000000));
     count = 15;
-    while (n % 10 == 0) {
-      n /= 10;
-      --count;
-    }
-    for (int i = count - 1; i >= 0; --i) {
-      digits[i] = static_cast<char>('0' + n % 10);
-      n /= 10;
-    }
+    while (text[count] == '0') --count;
+    std::memcpy(digits, text + 1, 15);
     return true;
   }
 }
 
+// The same for every finite non-zero value. Outside the range of the integer path:
+// the shortest form that reads back as the value is the closest of its length;
+// with 15 digits or fewer it is already the rounded value. With 17 digits no
+// 15-digit midpoint can lie between it and the value (that midpoint would be a
+// shorter form that reads back), so rounding its digits gives the same result;
+// with 16 digits the same holds unless its last digit is 5, when it may be the
+// midpoint itself. That case, and subnormal values, are rounded from the exact
+// binary value instead.
 void RoundTo15Digits(double value, char* digits, int& count, int& exp10, bool& negative) {
   if (RoundTo15DigitsExactly(value, digits, count, exp10, negative)) return;
   char buf[48];

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <new>
 
+#include "entities/EntityArena.h"
 #include "entities/Vessik_Insert.h"
 #include "parser/GroupPairs.h"
 #include "parser/Vessik_Convert.h"
@@ -44,6 +45,10 @@ void Vessik_Parser::SetLayers(Vessik_Layers& layers) {
 
 std::string Vessik_Parser::Parse2(const std::string& TheFile, Vessik_CommonData* Data,
                                   Vessik_Progress* Progress) {
+  // The memory kept for entity objects goes back when the parse ends, however.
+  struct FreeKept {
+    ~FreeKept() { FreeKeptEntityChunks(); }
+  } freeKept;
   try {
     return RunStages(TheFile, Data, Progress);
   } catch (const std::bad_alloc&) {
@@ -70,7 +75,6 @@ std::string Vessik_Parser::RunStages(const std::string& TheFile, Vessik_CommonDa
     throw;
   }
   oneShot_ = false;
-  if (root_) root_->TextSizeHint(static_cast<int64_t>(GroupPairs().ByteCount()) * 2);
   // Nothing reads the pairs after the entities are built: their memory goes now,
   // before the text is made.
   GroupPairs().Clear();
@@ -198,6 +202,7 @@ std::unique_ptr<Vessik_Insert> Vessik_Parser::ParseEntities(
   auto root = std::make_unique<Vessik_Insert>();
   root->Progress(Progress);
   root->OneShot(oneShot_);
+  if (oneShot_) root->TextSizeHint(static_cast<int64_t>(GroupPairs().ByteCount()) * 2);
   root->Entities =
       root->ReadEntities(section.BeginLine, section.EndLine, root.get(), Data, Blocks, Layers);
   if (Progress == nullptr) RaisePlatformError(errnum::ObjectNotSet);

@@ -39,7 +39,8 @@ TEST(EntityArena, BlocksAreAlignedAndDistinct) {
   });
 }
 
-TEST(EntityArena, ChunkGoesWhenItsLastObjectGoes) {
+TEST(EntityArena, ChunkIsKeptWhenItsLastObjectGoesAndFreedOnRequest) {
+  FreeKeptEntityChunks();
   const size_t before = EntityChunks();
   std::vector<void*> blocks;
   OnFreshThread([&] {
@@ -47,14 +48,51 @@ TEST(EntityArena, ChunkGoesWhenItsLastObjectGoes) {
     EXPECT_EQ(EntityChunks(), before + 1);
   });
   // The thread is gone; its chunk stays while objects live in it.
-  EXPECT_EQ(EntityChunks(), before + 1);
   for (size_t i = 0; i + 1 < blocks.size(); ++i) FreeEntity(blocks[i], 100);
   EXPECT_EQ(EntityChunks(), before + 1);
   FreeEntity(blocks.back(), 100);
+  // Emptied, it is kept for the next objects until the kept ones are freed.
+  EXPECT_EQ(EntityChunks(), before + 1);
+  FreeKeptEntityChunks();
+  EXPECT_EQ(EntityChunks(), before);
+}
+
+TEST(EntityArena, KeptChunkIsUsedAgain) {
+  FreeKeptEntityChunks();
+  void* first = nullptr;
+  OnFreshThread([&] {
+    first = AllocateEntity(64);
+    FreeEntity(first, 64);
+  });
+  const size_t before = EntityChunks();
+  OnFreshThread([&] {
+    void* again = AllocateEntity(64);
+    // The same chunk, so the same first place in it.
+    EXPECT_EQ(again, first);
+    EXPECT_EQ(EntityChunks(), before);
+    std::memset(again, 7, 64);
+    FreeEntity(again, 64);
+  });
+  FreeKeptEntityChunks();
+}
+
+TEST(EntityArena, AtMostEightChunksAreKept) {
+  FreeKeptEntityChunks();
+  const size_t before = EntityChunks();
+  std::vector<void*> blocks;
+  OnFreshThread([&] {
+    // Twelve chunks' worth of objects of 2 KB.
+    for (int i = 0; i < 12 * 1000; ++i) blocks.push_back(AllocateEntity(2048));
+  });
+  EXPECT_GE(EntityChunks(), before + 12);
+  for (void* p : blocks) FreeEntity(p, 2048);
+  EXPECT_EQ(EntityChunks(), before + 8);
+  FreeKeptEntityChunks();
   EXPECT_EQ(EntityChunks(), before);
 }
 
 TEST(EntityArena, FullChunkIsReplacedAndFreedByAnotherThread) {
+  FreeKeptEntityChunks();
   const size_t before = EntityChunks();
   std::vector<void*> blocks;
   OnFreshThread([&] {
@@ -65,6 +103,7 @@ TEST(EntityArena, FullChunkIsReplacedAndFreedByAnotherThread) {
   OnFreshThread([&] {
     for (void* p : blocks) FreeEntity(p, 128);
   });
+  FreeKeptEntityChunks();
   EXPECT_EQ(EntityChunks(), before);
 }
 
@@ -80,6 +119,7 @@ TEST(EntityArena, LargeObjectsUseTheGeneralAllocator) {
 }
 
 TEST(EntityArena, EntitiesAreMadeThere) {
+  FreeKeptEntityChunks();
   const size_t before = EntityChunks();
   OnFreshThread([before] {
     auto line = std::make_unique<Vessik_Line>();
@@ -89,6 +129,7 @@ TEST(EntityArena, EntitiesAreMadeThere) {
     // The chunk being filled stays with the thread until it ends.
     EXPECT_EQ(EntityChunks(), before + 1);
   });
+  FreeKeptEntityChunks();
   EXPECT_EQ(EntityChunks(), before);
 }
 

@@ -1,0 +1,198 @@
+#include "entities/AheadPrinter.h"
+
+#ifdef _WIN32
+
+namespace vessik {
+
+// The decimal separator may be a setting of each thread there, which a second
+// thread would not see; and the toolchain may have no threads of its own.
+std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t) {
+  return nullptr;
+}
+
+}  // namespace vessik
+
+#else
+
+#include <locale.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "entities/Vessik_IEntity.h"
+
+namespace vessik {
+namespace {
+
+// Items sent to the printing thread at once: few enough that it keeps close behind
+// the reading, many enough that handing over costs nothing worth counting.
+constexpr size_t kBatch = 256;
+// Each new layer met while reading means a fresh copy of the layer list for the
+// items after it; beyond this many layers that is no longer worth it.
+constexpr size_t kMostLayersCopied = 1024;
+
+class ThreadPrinter : public AheadPrinter {
+ public:
+  ~ThreadPrinter() override;
+  bool Submit(Vessik_IEntity* item, const Vessik_Layers& layers) override;
+  void Flush() override;
+  int32_t Submitted() const override { return submitted_; }
+  int32_t Printed() const override { return printed_.load(std::memory_order_acquire); }
+  void WaitFor(int32_t count) override;
+  Vessik_Concat TakeText() override;
+
+  void Reserve(int64_t bytes) { text_.Reserve(bytes); }
+  void Run();
+
+  std::thread thread_;
+
+ private:
+  struct Job {
+    Vessik_IEntity* item;
+    Vessik_Layers* layers;
+  };
+
+  void Stop();
+
+  Vessik_Concat text_;
+  // Reading side only.
+  alignas(64) std::vector<Job> batch_;
+  // Every copy of the layers made so far, the last one current; they live as long
+  // as the printer, so a job needs no counted reference (whose count both threads
+  // would keep changing).
+  std::vector<std::unique_ptr<Vessik_Layers> > layers_;
+  int32_t submitted_ = 0;
+  bool refused_ = false;
+  // Shared, under mutex_.
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  std::condition_variable progress_;
+  std::vector<Job> queue_;
+  bool finishing_ = false;
+  std::atomic<bool> stopping_{false};
+  alignas(64) std::atomic<int32_t> printed_{0};
+};
+
+}  // namespace
+
+std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t textSizeHint) {
+  auto printer = std::make_unique<ThreadPrinter>();
+  if (textSizeHint > 0) printer->Reserve(textSizeHint);
+  // Numbers are written with the decimal separator of the calling thread's locale.
+  locale_t locale = uselocale(static_cast<locale_t>(nullptr));
+  try {
+    printer->thread_ = std::thread([p = printer.get(), locale] {
+      uselocale(locale);
+      p->Run();
+    });
+  } catch (const std::system_error&) {
+    return nullptr;
+  }
+  return printer;
+}
+
+ThreadPrinter::~ThreadPrinter() {
+  Stop();
+}
+
+bool ThreadPrinter::Submit(Vessik_IEntity* item, const Vessik_Layers& layers) {
+  if (refused_) return false;
+  if (layers_.empty() || layers_.back()->size() != layers.size()) {
+    // Layers are only ever added while reading, so the count tells a change.
+    if (layers.size() > kMostLayersCopied) {
+      refused_ = true;
+      Flush();
+      return false;
+    }
+    layers_.push_back(std::make_unique<Vessik_Layers>(layers));
+  }
+  batch_.push_back(Job{item, layers_.back().get()});
+  ++submitted_;
+  if (batch_.size() >= kBatch) Flush();
+  return true;
+}
+
+void ThreadPrinter::Flush() {
+  if (batch_.empty()) return;
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (queue_.empty()) {
+      queue_.swap(batch_);
+    } else {
+      queue_.insert(queue_.end(), batch_.begin(), batch_.end());
+    }
+  }
+  batch_.clear();
+  wake_.notify_one();
+}
+
+void ThreadPrinter::WaitFor(int32_t count) {
+  if (Printed() >= count) return;
+  Flush();
+  std::unique_lock<std::mutex> lock(mutex_);
+  progress_.wait(lock, [&] { return Printed() >= count; });
+}
+
+Vessik_Concat ThreadPrinter::TakeText() {
+  Flush();
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    finishing_ = true;
+  }
+  wake_.notify_one();
+  if (thread_.joinable()) thread_.join();
+  return std::move(text_);
+}
+
+void ThreadPrinter::Stop() {
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    stopping_.store(true, std::memory_order_relaxed);
+    queue_.clear();
+  }
+  wake_.notify_one();
+  if (thread_.joinable()) thread_.join();
+}
+
+void ThreadPrinter::Run() {
+  std::vector<Job> jobs;
+  for (;;) {
+    {
+      std::unique_lock<std::mutex> lock(mutex_);
+      wake_.wait(lock, [&] {
+        return !queue_.empty() || finishing_ || stopping_.load(std::memory_order_relaxed);
+      });
+      if (queue_.empty()) return;
+      jobs.swap(queue_);
+    }
+    for (const Job& job : jobs) {
+      if (stopping_.load(std::memory_order_relaxed)) return;
+      // As when printing the drawing's items one after the other: an item that
+      // fails is left out whole, and the others still print.
+      const int64_t before = text_.length();
+      try {
+        job.item->AppendText(text_, *job.layers);
+      } catch (...) {
+        text_.Truncate(before);
+      }
+    }
+    // Told once for each batch: a count read on the other side for every item would
+    // make the two threads fight over its cache line.
+    printed_.fetch_add(static_cast<int32_t>(jobs.size()), std::memory_order_release);
+    jobs.clear();
+    {
+      // Taken so that a waiter between its test and its sleep is not missed.
+      std::lock_guard<std::mutex> lock(mutex_);
+    }
+    progress_.notify_all();
+  }
+}
+
+}  // namespace vessik
+
+#endif

@@ -1,0 +1,137 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "entities/AheadPrinter.h"
+#include "entities/Vessik_Line.h"
+#include "parser/Vessik_Layer.h"
+
+namespace vessik {
+namespace {
+
+class Throws : public Vessik_Line {
+ public:
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override {
+    Vessik_Line::AppendText(Text, Layers);
+    throw std::runtime_error("no text");
+  }
+};
+
+std::vector<std::unique_ptr<Vessik_Line>> Lines(int count) {
+  std::vector<std::unique_ptr<Vessik_Line>> lines;
+  for (int i = 0; i < count; ++i) {
+    auto line = std::make_unique<Vessik_Line>();
+    line->Id = i;
+    line->X2 = i * 0.5;
+    lines.push_back(std::move(line));
+  }
+  return lines;
+}
+
+Vessik_Layers OneLayer(const std::string& name) {
+  auto layer = std::make_shared<Vessik_Layer>();
+  layer->Name = name;
+  return Vessik_Layers{layer};
+}
+
+#ifndef _WIN32
+
+TEST(AheadPrinter, PrintsTheItemsInOrder) {
+  auto printer = AheadPrinter::Start(1000);
+  ASSERT_TRUE(printer);
+  Vessik_Layers layers = OneLayer("A");
+  auto lines = Lines(1000);
+  std::string expected;
+  for (auto& line : lines) {
+    expected += line->Vessik_IEntity_ToString(layers);
+    EXPECT_TRUE(printer->Submit(line.get(), layers));
+  }
+  EXPECT_EQ(printer->Submitted(), 1000);
+  printer->WaitFor(600);
+  EXPECT_GE(printer->Printed(), 600);
+  EXPECT_EQ(std::string(printer->TakeText().View()), expected);
+  EXPECT_EQ(printer->Printed(), 1000);
+}
+
+TEST(AheadPrinter, ItemThatFailsIsLeftOutWhole) {
+  auto printer = AheadPrinter::Start(0);
+  ASSERT_TRUE(printer);
+  Vessik_Layers layers = OneLayer("A");
+  auto lines = Lines(2);
+  Throws failing;
+  printer->Submit(lines[0].get(), layers);
+  printer->Submit(&failing, layers);
+  printer->Submit(lines[1].get(), layers);
+  EXPECT_EQ(std::string(printer->TakeText().View()),
+            lines[0]->Vessik_IEntity_ToString(layers) + lines[1]->Vessik_IEntity_ToString(layers));
+}
+
+TEST(AheadPrinter, EachItemSeesTheLayersOfItsOwnTime) {
+  auto printer = AheadPrinter::Start(0);
+  ASSERT_TRUE(printer);
+  Vessik_Layers layers = OneLayer("FIRST");
+  auto lines = Lines(2);
+  lines[1]->Layer = 1;
+  printer->Submit(lines[0].get(), layers);
+  auto second = std::make_shared<Vessik_Layer>();
+  second->Name = "SECOND";
+  layers.push_back(second);
+  printer->Submit(lines[1].get(), layers);
+  const std::string text(printer->TakeText().View());
+  EXPECT_NE(text.find("\tFIRST\t0\t"), std::string::npos);
+  EXPECT_NE(text.find("\tSECOND\t1\t"), std::string::npos);
+}
+
+TEST(AheadPrinter, TooManyLayersLeaveTheRestToTheCaller) {
+  auto printer = AheadPrinter::Start(0);
+  ASSERT_TRUE(printer);
+  Vessik_Layers layers;
+  for (int i = 0; i < 1024; ++i) {
+    auto layer = std::make_shared<Vessik_Layer>();
+    layer->Name = "L" + std::to_string(i);
+    layers.push_back(layer);
+  }
+  auto lines = Lines(3);
+  EXPECT_TRUE(printer->Submit(lines[0].get(), layers));
+  layers.push_back(std::make_shared<Vessik_Layer>());
+  EXPECT_FALSE(printer->Submit(lines[1].get(), layers));
+  // Once refused, always refused: the items must stay in order.
+  layers.pop_back();
+  EXPECT_FALSE(printer->Submit(lines[2].get(), layers));
+  EXPECT_EQ(printer->Submitted(), 1);
+  EXPECT_EQ(std::string(printer->TakeText().View()), lines[0]->Vessik_IEntity_ToString(layers));
+}
+
+TEST(AheadPrinter, DroppedWithWorkLeftStopsCleanly) {
+  Vessik_Layers layers = OneLayer("A");
+  auto lines = Lines(20000);
+  {
+    auto printer = AheadPrinter::Start(0);
+    ASSERT_TRUE(printer);
+    for (auto& line : lines) printer->Submit(line.get(), layers);
+    printer->Flush();
+  }
+  // The lines are still whole after the printer is gone.
+  EXPECT_EQ(lines.back()->X2, 19999 * 0.5);
+}
+
+TEST(AheadPrinter, NothingHandedOverGivesNoText) {
+  auto printer = AheadPrinter::Start(0);
+  ASSERT_TRUE(printer);
+  printer->WaitFor(0);
+  EXPECT_EQ(printer->TakeText().length(), 0);
+}
+
+#else
+
+TEST(AheadPrinter, NotStartedOnWindows) {
+  EXPECT_FALSE(AheadPrinter::Start(0));
+}
+
+#endif
+
+}  // namespace
+}  // namespace vessik
