@@ -25,6 +25,7 @@ std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t) {
 #include <vector>
 
 #include "entities/Vessik_IEntity.h"
+#include "parser/Vessik_Utils.h"
 
 namespace vessik {
 namespace {
@@ -88,6 +89,7 @@ std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t textSizeHint) {
   try {
     printer->thread_ = std::thread([p = printer.get(), locale] {
       uselocale(locale);
+      SilencePump();
       p->Run();
     });
   } catch (const std::system_error&) {

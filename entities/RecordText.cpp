@@ -1,6 +1,7 @@
 #include "entities/RecordText.h"
 
 #include <charconv>
+#include <cstring>
 #include <string>
 
 #include "parser/Vessik_Convert.h"
@@ -19,7 +20,9 @@ void AppendRecord(Vessik_Concat& Text, int32_t Id, int32_t RecordType, std::stri
   const std::string_view sep = DecimalSeparator();
   // The numbers are written into one piece of room and appended at once.
   constexpr size_t kColumns = 12;
-  const size_t needed = kColumns * (MaxDoubleChars(sep) + 1) + 3 * 17 + 3;
+  // A short layer name goes into the same room.
+  constexpr size_t kShortName = 128;
+  const size_t needed = kColumns * (MaxDoubleChars(sep) + 1) + 3 * 17 + 3 + kShortName;
   char room[1024];
   std::string large;
   char* buf = room;
@@ -31,9 +34,14 @@ void AppendRecord(Vessik_Concat& Text, int32_t Id, int32_t RecordType, std::stri
   *p++ = '\t';
   p = WriteLong(p, RecordType);
   *p++ = '\t';
-  Text.Concat(std::string_view(buf, static_cast<size_t>(p - buf)));
-  Text.Concat(LayerName);
-  p = buf;
+  if (LayerName.size() <= kShortName) {
+    std::memcpy(p, LayerName.data(), LayerName.size());
+    p += LayerName.size();
+  } else {
+    Text.Concat(std::string_view(buf, static_cast<size_t>(p - buf)));
+    Text.Concat(LayerName);
+    p = buf;
+  }
   *p++ = '\t';
   p = WriteLong(p, LayerId);
   *p++ = '\t';

@@ -1,10 +1,14 @@
 #pragma once
 
-#include <cmath>
-
-#include "geometry/Vessik_Math.h"
-
 namespace vessik {
+
+// Everything a point is placed with by one reference, read in one call.
+struct Vessik_Placement {
+  double X, Y, Z;
+  double XScale, YScale, ZScale;
+  double XBlock, YBlock, ZBlock;
+  double Cos, Sin;  // of the rotation
+};
 
 // What a block reference offers to the entities inside it: its placement and the
 // next reference further out (null at the top of the chain).
@@ -28,8 +32,8 @@ class Vessik_IParent {
   // Degrees, as in the file.
   virtual double Rotation() const = 0;
   virtual void Rotation(double value) = 0;
-  // Cosine and sine of the rotation; a reference may keep them ready.
-  virtual void RotationCosSin(double& c, double& s) const;
+  // All of the placement at once, for the many points placed through it.
+  virtual void Placement(Vessik_Placement& p) const = 0;
   virtual double XBlock() const = 0;
   virtual void XBlock(double value) = 0;
   virtual double YBlock() const = 0;
@@ -37,11 +41,5 @@ class Vessik_IParent {
   virtual double ZBlock() const = 0;
   virtual void ZBlock(double value) = 0;
 };
-
-inline void Vessik_IParent::RotationCosSin(double& c, double& s) const {
-  const double a = Deg2Rad(Rotation());
-  c = std::cos(a);
-  s = std::sin(a);
-}
 
 }  // namespace vessik

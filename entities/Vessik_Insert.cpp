@@ -1,5 +1,7 @@
 #include "entities/Vessik_Insert.h"
 
+#include <cmath>
+
 #include "entities/AheadPrinter.h"
 #include "entities/EntityFactory.h"
 #include "entities/Vessik_Entity.h"
@@ -67,7 +69,9 @@ int32_t Vessik_Insert::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Lay
 
 void Vessik_Insert::Rotation(double v) {
   rotation_ = v;
-  Vessik_IParent::RotationCosSin(cos_, sin_);
+  const double a = Deg2Rad(v);
+  cos_ = std::cos(a);
+  sin_ = std::sin(a);
 }
 
 void Vessik_Insert::ExpandBlock(Vessik_CommonData* Data, const std::vector<Vessik_Block>& Blocks,
@@ -201,14 +205,19 @@ void Vessik_Insert::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
     const double step = 100.0 / count;
     int32_t lastPercent = 0;
     int32_t trimmedPercent = 0;
+    // A nested reference has neither progress nor memory to hand back: it needs no
+    // percentages.
+    const bool counts = progress_ != nullptr || oneShot_;
     for (int32_t k = 1; k <= count; ++k) {
       int32_t percent = lastPercent;
-      try {
-        percent = RoundToLong(k * step);
-        if (percent > lastPercent && progress_ != nullptr) {
-          progress_->DoProgress(RoundToLong(percent / 2.0 + 50));
+      if (counts) {
+        try {
+          percent = RoundToLong(k * step);
+          if (percent > lastPercent && progress_ != nullptr) {
+            progress_->DoProgress(RoundToLong(percent / 2.0 + 50));
+          }
+        } catch (...) {
         }
-      } catch (...) {
       }
       lastPercent = percent;
       if (printer_ && k <= printer_->Submitted()) {

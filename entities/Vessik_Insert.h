@@ -78,9 +78,9 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
   void ZScale(double v) override { zScale_ = v; }
   double Rotation() const override { return rotation_; }
   void Rotation(double v) override;
-  void RotationCosSin(double& c, double& s) const override {
-    c = cos_;
-    s = sin_;
+  void Placement(Vessik_Placement& p) const override {
+    p = Vessik_Placement{x_,      y_,      z_,      xScale_, yScale_, zScale_,
+                         xBlock_, yBlock_, zBlock_, cos_,    sin_};
   }
   double XBlock() const override { return xBlock_; }
   void XBlock(double v) override { xBlock_ = v; }

@@ -51,18 +51,18 @@ Vessik_Point Vessik_Point::rot_sca_abs(const Vessik_IParent* Parent) const {
   Vessik_Point R(X, Y, Z);
   // Innermost reference first: base point out, scale, rotate about Z, insertion
   // point in; then the same with the next reference out.
+  Vessik_Placement p;
   for (; Parent != nullptr; Parent = Parent->Parent()) {
-    R.X = (R.X - Parent->XBlock()) * Parent->XScale();
-    R.Y = (R.Y - Parent->YBlock()) * Parent->YScale();
-    R.Z = R.Z - Parent->ZBlock();
-    double c, s;
-    Parent->RotationCosSin(c, s);
-    double x = c * R.X - s * R.Y;
-    double y = s * R.X + c * R.Y;
-    double z = R.Z * Parent->ZScale();
-    R.X = Parent->X() + x;
-    R.Y = Parent->Y() + y;
-    R.Z = Parent->Z() + z;
+    Parent->Placement(p);
+    R.X = (R.X - p.XBlock) * p.XScale;
+    R.Y = (R.Y - p.YBlock) * p.YScale;
+    R.Z = R.Z - p.ZBlock;
+    double x = p.Cos * R.X - p.Sin * R.Y;
+    double y = p.Sin * R.X + p.Cos * R.Y;
+    double z = R.Z * p.ZScale;
+    R.X = p.X + x;
+    R.Y = p.Y + y;
+    R.Z = p.Z + z;
   }
   return R;
 }

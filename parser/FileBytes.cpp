@@ -68,7 +68,9 @@ void ReturnFreedMemory() noexcept {
 
 void ReleasePages(void* begin, void* end) noexcept {
 #ifdef __linux__
-  constexpr uintptr_t kPage = 4096;
+  // Whole huge pages only: splitting one would leave small pages that the memory
+  // asked for next (the text, in huge pages) cannot use.
+  constexpr uintptr_t kPage = kHugePage;
   uintptr_t b = (reinterpret_cast<uintptr_t>(begin) + kPage - 1) & ~(kPage - 1);
   uintptr_t e = reinterpret_cast<uintptr_t>(end) & ~(kPage - 1);
   if (e > b) madvise(reinterpret_cast<void*>(b), e - b, MADV_DONTNEED);

@@ -14,6 +14,7 @@ struct PumpState {
   std::function<void()> hook;
   std::function<void(const std::string&)> messageBox;
   int32_t lastTick = 0;
+  bool silent = false;
 };
 
 PumpState& State() {
@@ -50,6 +51,7 @@ void PumpMessages() {
   // passed since the last run. Without a hook there is nothing to run, but the tick
   // is kept all the same.
   PumpState& s = State();
+  if (s.silent) return;
   int32_t tick = TickCount();
   int32_t elapsed =
       static_cast<int32_t>(static_cast<uint32_t>(tick) - static_cast<uint32_t>(s.lastTick));
@@ -64,6 +66,10 @@ void PumpMessages() {
     }
     s.lastTick = tick;
   }
+}
+
+void SilencePump() {
+  State().silent = true;
 }
 
 void SetPumpHook(std::function<void()> hook) {

@@ -16,6 +16,10 @@ double ParseDouble(std::string_view text);
 // Lets the host's pending messages run, at most once every 100 milliseconds.
 void PumpMessages();
 
+// For a thread of the library's own, which no host can give messages to: its pump
+// does nothing at all, not even read the clock.
+void SilencePump();
+
 // The host's message loop for this thread; empty to remove it.
 void SetPumpHook(std::function<void()> hook);
 

@@ -506,6 +506,21 @@ TEST(PumpMessages, HookIsPerThread) {
   SetPumpHook(nullptr);
 }
 
+TEST(PumpMessages, SilencedThreadNeitherRunsTheHookNorKeepsTheTick) {
+  std::thread own([] {
+    int calls = 0;
+    SetPumpHook([&] { ++calls; });
+    SilencePump();
+    LastPumpTick() = TickCount() - 1000;
+    const int32_t stale = LastPumpTick();
+    PumpMessages();
+    EXPECT_EQ(calls, 0);
+    EXPECT_EQ(LastPumpTick(), stale);
+    SetPumpHook(nullptr);
+  });
+  own.join();
+}
+
 TEST(PumpMessages, NotCalledByTheTableStages) {
   Pairs p = {{0, "SECTION"}, {2, "TABLES"}, {0, "TABLE"}, {2, "LAYER"}};
   for (int i = 0; i < 2000; ++i) {
