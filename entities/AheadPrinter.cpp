@@ -1,5 +1,36 @@
 #include "entities/AheadPrinter.h"
 
+namespace vessik {
+namespace {
+
+// Items sent to the printing thread at once: few enough that it keeps close behind
+// the reading, many enough that handing over costs nothing worth counting.
+constexpr size_t kBatch = 256;
+// Each new layer met while reading means a fresh copy of the layer list for the
+// items after it; beyond this many layers that is no longer worth it.
+constexpr size_t kMostLayersCopied = 1024;
+
+}  // namespace
+
+bool AheadPrinter::Submit(Vessik_IEntity* item, const Vessik_Layers& layers) {
+  if (refused_) return false;
+  if (layers_.empty() || layers_.back()->size() != layers.size()) {
+    // Layers are only ever added while reading, so the count tells a change.
+    if (layers.size() > kMostLayersCopied) {
+      refused_ = true;
+      Flush();
+      return false;
+    }
+    layers_.push_back(std::make_unique<Vessik_Layers>(layers));
+  }
+  batch_.push_back(Job{item, layers_.back().get()});
+  ++submitted_;
+  if (batch_.size() >= kBatch) Flush();
+  return true;
+}
+
+}  // namespace vessik
+
 #ifdef _WIN32
 
 namespace vessik {
@@ -30,19 +61,10 @@ std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t) {
 namespace vessik {
 namespace {
 
-// Items sent to the printing thread at once: few enough that it keeps close behind
-// the reading, many enough that handing over costs nothing worth counting.
-constexpr size_t kBatch = 256;
-// Each new layer met while reading means a fresh copy of the layer list for the
-// items after it; beyond this many layers that is no longer worth it.
-constexpr size_t kMostLayersCopied = 1024;
-
 class ThreadPrinter : public AheadPrinter {
  public:
   ~ThreadPrinter() override;
-  bool Submit(Vessik_IEntity* item, const Vessik_Layers& layers) override;
   void Flush() override;
-  int32_t Submitted() const override { return submitted_; }
   int32_t Printed() const override { return printed_.load(std::memory_order_acquire); }
   void WaitFor(int32_t count) override;
   Vessik_Concat TakeText() override;
@@ -53,30 +75,20 @@ class ThreadPrinter : public AheadPrinter {
   std::thread thread_;
 
  private:
-  struct Job {
-    Vessik_IEntity* item;
-    Vessik_Layers* layers;
-  };
-
   void Stop();
 
-  Vessik_Concat text_;
-  // Reading side only.
-  alignas(64) std::vector<Job> batch_;
-  // Every copy of the layers made so far, the last one current; they live as long
-  // as the printer, so a job needs no counted reference (whose count both threads
-  // would keep changing).
-  std::vector<std::unique_ptr<Vessik_Layers> > layers_;
-  int32_t submitted_ = 0;
-  bool refused_ = false;
-  // Shared, under mutex_.
-  std::mutex mutex_;
+  // Shared, under mutex_, apart from the reading side's fields.
+  alignas(64) std::mutex mutex_;
   std::condition_variable wake_;
   std::condition_variable progress_;
   std::vector<Job> queue_;
   bool finishing_ = false;
   std::atomic<bool> stopping_{false};
   alignas(64) std::atomic<int32_t> printed_{0};
+  // The printing thread's own, apart from all the rest: it changes with every
+  // record, and a line shared with fields the reading side reads would go back and
+  // forth between the processors.
+  alignas(64) Vessik_Concat text_;
 };
 
 }  // namespace
@@ -100,23 +112,6 @@ std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t textSizeHint) {
 
 ThreadPrinter::~ThreadPrinter() {
   Stop();
-}
-
-bool ThreadPrinter::Submit(Vessik_IEntity* item, const Vessik_Layers& layers) {
-  if (refused_) return false;
-  if (layers_.empty() || layers_.back()->size() != layers.size()) {
-    // Layers are only ever added while reading, so the count tells a change.
-    if (layers.size() > kMostLayersCopied) {
-      refused_ = true;
-      Flush();
-      return false;
-    }
-    layers_.push_back(std::make_unique<Vessik_Layers>(layers));
-  }
-  batch_.push_back(Job{item, layers_.back().get()});
-  ++submitted_;
-  if (batch_.size() >= kBatch) Flush();
-  return true;
 }
 
 void ThreadPrinter::Flush() {

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "parser/Vessik_Concat.h"
 #include "parser/Vessik_Layer.h"
@@ -26,16 +27,32 @@ class AheadPrinter {
   // Hands over the next item, whose text is made with the layers as they are now.
   // False once the layers grow too many to copy for each new one: this item and
   // all later ones are left to the caller.
-  virtual bool Submit(Vessik_IEntity* item, const Vessik_Layers& layers) = 0;
+  bool Submit(Vessik_IEntity* item, const Vessik_Layers& layers);
   // Sends the items handed over since the last call to the printing thread.
   virtual void Flush() = 0;
   // Items handed over so far, and how many of them are printed.
-  virtual int32_t Submitted() const = 0;
+  int32_t Submitted() const { return submitted_; }
   virtual int32_t Printed() const = 0;
   // Waits until the first count items are printed.
   virtual void WaitFor(int32_t count) = 0;
   // Waits for every item handed over and returns the text; the thread ends.
   virtual Vessik_Concat TakeText() = 0;
+
+ protected:
+  struct Job {
+    Vessik_IEntity* item;
+    Vessik_Layers* layers;
+  };
+  // The items handed over since the last Flush.
+  std::vector<Job> batch_;
+
+ private:
+  // Every copy of the layers made so far, the last one current; they live as long
+  // as the printer, so a job needs no counted reference (whose count both threads
+  // would keep changing).
+  std::vector<std::unique_ptr<Vessik_Layers>> layers_;
+  int32_t submitted_ = 0;
+  bool refused_ = false;
 };
 
 }  // namespace vessik

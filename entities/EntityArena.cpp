@@ -79,9 +79,14 @@ void FreeChunk(void* p) noexcept {
   chunksHeld.fetch_sub(1, std::memory_order_relaxed);
 }
 
+// While a thread fills a chunk it counts the objects it takes on its own, and the
+// shared count holds kFilling instead; the two are settled when the chunk is full.
+// A free before that cannot bring the shared count to 0.
+constexpr int64_t kFilling = int64_t{1} << 40;
+
 struct alignas(kAlign) ChunkHeader {
-  // Objects still alive in the chunk, plus one while the chunk takes new objects.
-  std::atomic<int64_t> live{1};
+  // Objects still alive in the chunk, plus kFilling while the chunk takes new ones.
+  std::atomic<int64_t> live{kFilling};
 };
 
 void* NewChunk() {
@@ -100,8 +105,9 @@ void* NewChunk() {
   return new (p) ChunkHeader;
 }
 
-void DropReference(ChunkHeader* chunk) noexcept {
-  if (chunk->live.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+// Takes count off the chunk's objects; the chunk goes when none are left.
+void DropReferences(ChunkHeader* chunk, int64_t count) noexcept {
+  if (chunk->live.fetch_sub(count, std::memory_order_acq_rel) != count) return;
   chunk->~ChunkHeader();
   if (!KeepChunk(chunk)) FreeChunk(chunk);
 }
@@ -109,29 +115,53 @@ void DropReference(ChunkHeader* chunk) noexcept {
 // The chunk this thread fills, and the free room left in it.
 class Filling {
  public:
-  ~Filling() {
-    if (chunk_ != nullptr) DropReference(chunk_);
-  }
+  ~Filling() { Settle(); }
   void* Take(size_t size) {
     if (chunk_ == nullptr || size > static_cast<size_t>(end_ - next_)) {
       ChunkHeader* fresh = static_cast<ChunkHeader*>(NewChunk());
-      if (chunk_ != nullptr) DropReference(chunk_);
+      Settle();
       chunk_ = fresh;
       next_ = reinterpret_cast<char*>(chunk_) + sizeof(ChunkHeader);
       end_ = reinterpret_cast<char*>(chunk_) + kChunkSize;
     }
     void* p = next_;
     next_ += size;
-    chunk_->live.fetch_add(1, std::memory_order_relaxed);
+    ++taken_;
     VESSIK_UNPOISON(p, size);
     return p;
   }
 
  private:
+  // Gives up the chunk: its shared count becomes the number of objects alive.
+  void Settle() noexcept {
+    if (chunk_ == nullptr) return;
+    DropReferences(chunk_, kFilling - taken_);
+    chunk_ = nullptr;
+    taken_ = 0;
+  }
+
   ChunkHeader* chunk_ = nullptr;
   char* next_ = nullptr;
   char* end_ = nullptr;
+  int64_t taken_ = 0;
 };
+
+// Frees counted together while an EntityFreeBatch lives on this thread: a run of
+// objects from one chunk, as a drawing's items are freed, costs one update of the
+// shared count instead of one for each object.
+struct FreeRun {
+  int depth = 0;
+  ChunkHeader* chunk = nullptr;
+  int64_t count = 0;
+  void Flush() noexcept {
+    if (chunk == nullptr) return;
+    DropReferences(chunk, count);
+    chunk = nullptr;
+    count = 0;
+  }
+};
+
+thread_local FreeRun freeRun;
 
 thread_local Filling filling;
 
@@ -154,7 +184,23 @@ void FreeEntity(void* block, size_t size) noexcept {
   }
   VESSIK_POISON(block, Rounded(size));
   const auto address = reinterpret_cast<uintptr_t>(block);
-  DropReference(reinterpret_cast<ChunkHeader*>(address & ~(uintptr_t{kChunkSize} - 1)));
+  auto* chunk = reinterpret_cast<ChunkHeader*>(address & ~(uintptr_t{kChunkSize} - 1));
+  FreeRun& run = freeRun;
+  if (run.depth == 0) return DropReferences(chunk, 1);
+  if (chunk != run.chunk) {
+    run.Flush();
+    run.chunk = chunk;
+  }
+  ++run.count;
+}
+
+EntityFreeBatch::EntityFreeBatch() noexcept {
+  ++freeRun.depth;
+}
+
+EntityFreeBatch::~EntityFreeBatch() {
+  FreeRun& run = freeRun;
+  if (--run.depth == 0) run.Flush();
 }
 
 void FreeKeptEntityChunks() noexcept {

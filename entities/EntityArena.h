@@ -13,6 +13,16 @@ namespace vessik {
 void* AllocateEntity(size_t size);
 // Frees what AllocateEntity gave for the same size; any thread may free.
 void FreeEntity(void* block, size_t size) noexcept;
+// While one of these lives, the frees of this thread are settled together when it
+// ends (or earlier): for freeing many objects at once.
+class EntityFreeBatch {
+ public:
+  EntityFreeBatch() noexcept;
+  ~EntityFreeBatch();
+  EntityFreeBatch(const EntityFreeBatch&) = delete;
+  EntityFreeBatch& operator=(const EntityFreeBatch&) = delete;
+};
+
 // Gives the emptied chunks kept for reuse back to the system.
 void FreeKeptEntityChunks() noexcept;
 // Chunks held at this moment, by all threads together, kept ones included.

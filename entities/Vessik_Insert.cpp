@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "entities/AheadPrinter.h"
+#include "entities/EntityArena.h"
 #include "entities/EntityFactory.h"
 #include "entities/Vessik_Entity.h"
 #include "geometry/Vessik_Math.h"
@@ -143,6 +144,7 @@ void Vessik_Insert::ReadItems(Vessik_Entities& result, int32_t StartLine, int32_
         if (!Layers.empty()) HandOver(result, Layers);
         // Items whose text is made are not needed any more.
         if (result.Count() % 256 == 0) {
+          EntityFreeBatch batch;
           for (const int32_t printed = printer_->Printed(); freed < printed;) {
             result.Item(++freed).reset();
           }

@@ -107,6 +107,30 @@ TEST(EntityArena, FullChunkIsReplacedAndFreedByAnotherThread) {
   EXPECT_EQ(EntityChunks(), before);
 }
 
+TEST(EntityArena, FreesInABatchAreSettledWhenItEnds) {
+  FreeKeptEntityChunks();
+  const size_t before = EntityChunks();
+  std::vector<void*> blocks;
+  OnFreshThread([&] {
+    // Two chunks' worth, so that the batch meets a change of chunk on the way.
+    for (int i = 0; i < 20000; ++i) blocks.push_back(AllocateEntity(160));
+  });
+  EXPECT_EQ(EntityChunks(), before + 2);
+  {
+    EntityFreeBatch outer;
+    {
+      EntityFreeBatch inner;
+      for (void* p : blocks) FreeEntity(p, 160);
+    }
+    // The first chunk was settled when the run moved on to the second; the second
+    // waits for the outermost batch.
+    FreeKeptEntityChunks();
+    EXPECT_EQ(EntityChunks(), before + 1);
+  }
+  FreeKeptEntityChunks();
+  EXPECT_EQ(EntityChunks(), before);
+}
+
 TEST(EntityArena, LargeObjectsUseTheGeneralAllocator) {
   OnFreshThread([] {
     const size_t before = EntityChunks();
