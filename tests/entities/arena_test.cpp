@@ -22,6 +22,15 @@ void OnFreshThread(F f) {
   t.join();
 }
 
+// count blocks of size bytes, made on a fresh thread that then ends.
+std::vector<void*> AllocateOnFreshThread(int count, size_t size) {
+  std::vector<void*> blocks;
+  OnFreshThread([&] {
+    for (int i = 0; i < count; ++i) blocks.push_back(AllocateEntity(size));
+  });
+  return blocks;
+}
+
 TEST(EntityArena, BlocksAreAlignedAndDistinct) {
   OnFreshThread([] {
     void* a = AllocateEntity(8);
@@ -42,12 +51,9 @@ TEST(EntityArena, BlocksAreAlignedAndDistinct) {
 TEST(EntityArena, ChunkIsKeptWhenItsLastObjectGoesAndFreedOnRequest) {
   FreeKeptEntityChunks();
   const size_t before = EntityChunks();
-  std::vector<void*> blocks;
-  OnFreshThread([&] {
-    for (int i = 0; i < 10; ++i) blocks.push_back(AllocateEntity(100));
-    EXPECT_EQ(EntityChunks(), before + 1);
-  });
+  const std::vector<void*> blocks = AllocateOnFreshThread(10, 100);
   // The thread is gone; its chunk stays while objects live in it.
+  EXPECT_EQ(EntityChunks(), before + 1);
   for (size_t i = 0; i + 1 < blocks.size(); ++i) FreeEntity(blocks[i], 100);
   EXPECT_EQ(EntityChunks(), before + 1);
   FreeEntity(blocks.back(), 100);
@@ -79,11 +85,8 @@ TEST(EntityArena, KeptChunkIsUsedAgain) {
 TEST(EntityArena, AtMostEightChunksAreKept) {
   FreeKeptEntityChunks();
   const size_t before = EntityChunks();
-  std::vector<void*> blocks;
-  OnFreshThread([&] {
-    // Twelve chunks' worth of objects of 2 KB.
-    for (int i = 0; i < 12 * 1000; ++i) blocks.push_back(AllocateEntity(2048));
-  });
+  // Twelve chunks' worth of objects of 2 KB.
+  const std::vector<void*> blocks = AllocateOnFreshThread(12 * 1000, 2048);
   EXPECT_GE(EntityChunks(), before + 12);
   for (void* p : blocks) FreeEntity(p, 2048);
   EXPECT_EQ(EntityChunks(), before + 8);
@@ -94,12 +97,9 @@ TEST(EntityArena, AtMostEightChunksAreKept) {
 TEST(EntityArena, FullChunkIsReplacedAndFreedByAnotherThread) {
   FreeKeptEntityChunks();
   const size_t before = EntityChunks();
-  std::vector<void*> blocks;
-  OnFreshThread([&] {
-    // More than one 2 MB chunk of objects.
-    for (int i = 0; i < 30000; ++i) blocks.push_back(AllocateEntity(128));
-    EXPECT_EQ(EntityChunks(), before + 2);
-  });
+  // More than one 2 MB chunk of objects.
+  const std::vector<void*> blocks = AllocateOnFreshThread(30000, 128);
+  EXPECT_EQ(EntityChunks(), before + 2);
   OnFreshThread([&] {
     for (void* p : blocks) FreeEntity(p, 128);
   });
@@ -110,11 +110,8 @@ TEST(EntityArena, FullChunkIsReplacedAndFreedByAnotherThread) {
 TEST(EntityArena, FreesInABatchAreSettledWhenItEnds) {
   FreeKeptEntityChunks();
   const size_t before = EntityChunks();
-  std::vector<void*> blocks;
-  OnFreshThread([&] {
-    // Two chunks' worth, so that the batch meets a change of chunk on the way.
-    for (int i = 0; i < 20000; ++i) blocks.push_back(AllocateEntity(160));
-  });
+  // Two chunks' worth, so that the batch meets a change of chunk on the way.
+  const std::vector<void*> blocks = AllocateOnFreshThread(20000, 160);
   EXPECT_EQ(EntityChunks(), before + 2);
   {
     EntityFreeBatch outer;
