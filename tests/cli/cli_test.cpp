@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "parser/parser.h"
+#include "support/Corpus.h"
 #include "support/TestSupport.h"
 
 extern char** environ;
@@ -153,7 +154,7 @@ void ExpectSame(const ToolRun& actual, const ToolRun& expected) {
 class CliTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    if (kTool == nullptr) GTEST_SKIP() << "the tool is not built";
+    if (kTool == nullptr) VESSIK_SKIP_OR_FAIL("the tool is not built");
   }
 };
 

@@ -1,92 +1,85 @@
-// Every drawing of the shared corpus goes through Parse2: each gives a text or a
-// numbered failure, and never a crash, a hang or a sanitizer report.
+// Every drawing of the shared corpus goes through Parse2 at the tool's defaults
+// and at fine settings, and must give exactly its pinned outcome: the same text
+// byte for byte (by record count and SHA-256), the same layers, or the same
+// failure number. The pins were made independently of this code, so any change
+// of the default text shows here, named by drawing and setting.
+#include "support/Corpus.h"
+
 #include <gtest/gtest.h>
 
 #include <cctype>
-#include <cstdlib>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <string>
 #include <vector>
-
-#include "EntityTestUtil.h"
 
 namespace vessik {
 namespace {
 
-// The corpus beside the repository; a worktree one level deeper finds it one
-// folder further up, and VESSIK_CORPUS_DIR in the environment overrides both.
-std::string CorpusDir() {
-  namespace fs = std::filesystem;
-  if (const char* env = std::getenv("VESSIK_CORPUS_DIR"); env != nullptr && *env != '\0') {
-    return env;
-  }
-  const fs::path configured = VESSIK_CORPUS_DIR;
-  const fs::path deeper = configured.parent_path().parent_path() / ".." / "shared" / "corpus";
-  if (!fs::exists(configured) && fs::exists(deeper)) return deeper.lexically_normal().string();
-  return configured.string();
-}
+using test::Outcome;
+using test::PinnedDrawing;
 
-// The file column of the manifest, a path relative to the corpus folder.
-std::vector<std::string> CorpusFiles() {
-  std::vector<std::string> files;
-  std::ifstream in(CorpusDir() + "/MANIFEST.tsv");
+// The drawings of the manifest, a path relative to the corpus folder each.
+std::set<std::string> ManifestFiles() {
+  std::set<std::string> files;
+  std::ifstream in(test::CorpusDir() + "/MANIFEST.tsv");
   std::string line;
   bool header = true;
   while (std::getline(in, line)) {
-    if (header) {
-      header = false;
-      continue;
-    }
-    std::string file = line.substr(0, line.find('\t'));
-    if (!file.empty()) files.push_back(file);
+    if (!header && line.find('\t') != std::string::npos)
+      files.insert(line.substr(0, line.find('\t')));
+    header = false;
   }
   return files;
 }
 
-class Corpus : public testing::TestWithParam<std::string> {};
-
-TEST_P(Corpus, GivesTextOrNumberedFailure) {
-  const std::string path = CorpusDir() + "/" + GetParam();
-  ASSERT_TRUE(std::filesystem::exists(path)) << path;
-  Vessik_Parser parser;
-  Vessik_CommonData data = test::TestData();
-  Vessik_Progress progress;
-  std::string text;
-  try {
-    text = parser.Parse2(path, data, progress);
-  } catch (const Vessik_Error& e) {
-    EXPECT_NE(e.Number(), 0) << e.Description();
-    return;
-  }
-  // Whatever comes back is whole records of the three kinds.
-  for (const auto& rec : test::Records(text)) {
-    ASSERT_EQ(rec.size(), 17u);
-    EXPECT_TRUE(rec[1] == "83" || rec[1] == "66" || rec[1] == "75") << rec[1];
-  }
-  if (!text.empty()) {
-    EXPECT_EQ(text.substr(text.size() - 3), "\t\r\n");
-  }
+void ExpectOutcome(const PinnedDrawing& d, const char* setting, const Outcome& actual,
+                   const Outcome& pinned) {
+  EXPECT_TRUE(actual == pinned) << d.file << " at " << setting << ": got " << test::Describe(actual)
+                                << ", pinned " << test::Describe(pinned);
 }
 
-std::string TestName(const testing::TestParamInfo<std::string>& info) {
+class Corpus : public testing::TestWithParam<PinnedDrawing> {};
+
+TEST_P(Corpus, GivesItsPinnedOutcome) {
+  const PinnedDrawing& d = GetParam();
+  const std::string path = test::CorpusDir() + "/" + d.file;
+  ASSERT_TRUE(std::filesystem::exists(path)) << path;
+
+  const auto start = std::chrono::steady_clock::now();
+  Outcome layers;
+  ExpectOutcome(d, "defaults", test::ParseOutcome(path, test::ToolDefaults(), &layers), d.defaults);
+  ExpectOutcome(d, "layers", layers, d.layers);
+  ExpectOutcome(d, "fine", test::ParseOutcome(path, test::FineSettings()), d.fine);
+  // No drawing of the corpus may take long, even at fine settings.
+  const double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  EXPECT_LT(seconds, 120.0) << d.file;
+}
+
+std::string TestName(const testing::TestParamInfo<PinnedDrawing>& info) {
   std::string name = "f";
   name += std::to_string(info.index);
   name += '_';
-  for (char c : info.param) {
+  for (char c : info.param.file) {
     name += (std::isalnum(static_cast<unsigned char>(c)) != 0) ? c : '_';
   }
   return name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Files, Corpus, testing::ValuesIn(CorpusFiles()), TestName);
+INSTANTIATE_TEST_SUITE_P(Files, Corpus, testing::ValuesIn(test::PinnedDrawings()), TestName);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(Corpus);
 
-TEST(CorpusManifest, ListsFiles) {
-  if (!std::filesystem::exists(CorpusDir() + "/MANIFEST.tsv")) {
-    GTEST_SKIP() << "corpus directory not found at " << CorpusDir();
+TEST(CorpusPins, EveryManifestDrawingIsPinned) {
+  if (!std::filesystem::exists(test::CorpusDir() + "/EXPECTED.tsv")) {
+    VESSIK_SKIP_OR_FAIL("corpus not found at " << test::CorpusDir());
   }
-  EXPECT_GT(CorpusFiles().size(), 300u);
+  std::set<std::string> pinned;
+  for (const PinnedDrawing& d : test::PinnedDrawings()) pinned.insert(d.file);
+  EXPECT_GT(pinned.size(), 300u);
+  EXPECT_EQ(pinned, ManifestFiles());
 }
 
 }  // namespace

@@ -4,9 +4,12 @@
  *
  * EXPECT_HELPER writes the library's own result for a drawing; the drawings of
  * DRAWING_LIST (paths relative to CORPUS_DIR) are parsed through this interface
- * and compared with it. Without the corpus those comparisons are skipped. */
+ * and compared with it, and with their pinned outcomes in CORPUS_DIR/EXPECTED.tsv
+ * at the tool's defaults and at the fine settings. Without the corpus those
+ * comparisons are skipped, or fail when VESSIK_NO_SKIP is set. */
 #define _POSIX_C_SOURCE 200809L
 
+#include <openssl/evp.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -511,10 +514,144 @@ static void compare_drawing(const char* helper, const char* drawing_path, int in
   free(meta);
 }
 
+/* Lower-case hexadecimal SHA-256 of the bytes into hex (65 characters). */
+static void sha256_hex(const char* data, size_t len, char* hex) {
+  unsigned char digest[EVP_MAX_MD_SIZE];
+  unsigned int n = 0, i;
+  EVP_Digest(data, len, digest, &n, EVP_sha256(), NULL);
+  for (i = 0; i < n; ++i) sprintf(hex + 2 * i, "%02x", digest[i]);
+  hex[2 * n] = '\0';
+}
+
+static size_t count_lines(const char* data, size_t len) {
+  size_t n = 0, i;
+  for (i = 0; i < len; ++i) n += data[i] == '\n';
+  return n;
+}
+
+/* Appends to *buf (of *cap bytes, *len used) and grows it as needed. */
+static void append(char** buf, size_t* len, size_t* cap, const char* s, size_t n) {
+  if (*len + n + 1 > *cap) {
+    size_t grown = (*len + n + 1) * 2;
+    char* p = (char*)realloc(*buf, grown);
+    if (p == NULL) return;
+    *buf = p;
+    *cap = grown;
+  }
+  memcpy(*buf + *len, s, n);
+  *len += n;
+  (*buf)[*len] = '\0';
+}
+
+/* The outcome of a parse as the pins write it: "text COUNT SHA" or "error NUMBER -";
+ * the layers of the same parse into layers_outcome ("error - -" on a failure). */
+static void parse_outcome(const char* path, const double settings[6], char* outcome,
+                          char* layers_outcome) {
+  vessik_error err = VESSIK_ERROR_INIT;
+  Vessik_Parser* parser = NULL;
+  Vessik_CommonData* d = NULL;
+  Vessik_Progress* p = NULL;
+  Vessik_Layer** layers = NULL;
+  char* text = NULL;
+  size_t len = 0, count = 0, k;
+  char hex[2 * EVP_MAX_MD_SIZE + 1];
+  vessik_parser_create(&parser, NULL);
+  vessik_commondata_create(&d, NULL);
+  vessik_progress_create(&p, NULL);
+  vessik_commondata_set_tolerance(d, settings[0], NULL);
+  vessik_commondata_set_check(d, (int32_t)settings[1], NULL);
+  vessik_commondata_set_arcmaximumdeviationfactor(d, settings[2], NULL);
+  vessik_commondata_set_arcminimumsegmentlengthfactor(d, settings[3], NULL);
+  vessik_commondata_set_arcmaximumsegmentlengthfactor(d, settings[4], NULL);
+  vessik_commondata_set_initialsegments(d, settings[5], NULL);
+  if (vessik_parser_parse2(parser, path, d, p, &text, &len, &err) != 0) {
+    sprintf(outcome, "error\t%d\t-", (int)err.number);
+    strcpy(layers_outcome, "error\t-\t-");
+  } else {
+    char* all = NULL;
+    size_t all_len = 0, cap = 0;
+    sha256_hex(text, len, hex);
+    sprintf(outcome, "text\t%lu\t%s", (unsigned long)count_lines(text, len), hex);
+    vessik_string_free(text);
+    append(&all, &all_len, &cap, "", 0);
+    CHECK(vessik_parser_get_layers(parser, &layers, &count, NULL) == 0);
+    for (k = 0; k < count; ++k) {
+      char* name = NULL;
+      size_t name_len = 0;
+      Vessik_Color* c = NULL;
+      int32_t aci = 0, rgb = 0;
+      char numbers[64];
+      vessik_layer_get_name(layers[k], &name, &name_len, NULL);
+      vessik_layer_get_color(layers[k], &c, NULL);
+      vessik_color_get_coloraci(c, &aci, NULL);
+      vessik_color_get_colorrgb(c, &rgb, NULL);
+      append(&all, &all_len, &cap, name, name_len);
+      snprintf(numbers, sizeof numbers, "\t%d\t%d\n", (int)aci, (int)rgb);
+      append(&all, &all_len, &cap, numbers, strlen(numbers));
+      vessik_string_free(name);
+      vessik_color_release(c);
+    }
+    vessik_layers_free(layers, count);
+    sha256_hex(all, all_len, hex);
+    sprintf(layers_outcome, "text\t%lu\t%s", (unsigned long)count_lines(all, all_len), hex);
+    free(all);
+  }
+  vessik_error_clear(&err);
+  vessik_progress_release(p);
+  vessik_commondata_release(d);
+  vessik_parser_release(parser);
+}
+
+/* The pinned "outcome TAB count TAB sha256" of a drawing and setting into pin;
+ * 0 when EXPECTED.tsv has no such row. */
+static int pinned(const char* expected, const char* file, const char* setting, char* pin,
+                  size_t size) {
+  char key[1200];
+  const char* at;
+  size_t klen;
+  pin[0] = '\0';
+  snprintf(key, sizeof key, "%s\t%s\t", file, setting);
+  klen = strlen(key);
+  for (at = expected; at != NULL && *at != '\0';) {
+    const char* end = strchr(at, '\n');
+    size_t n = end != NULL ? (size_t)(end - at) : strlen(at);
+    if (n > klen && strncmp(at, key, klen) == 0) {
+      size_t m = n - klen < size - 1 ? n - klen : size - 1;
+      memcpy(pin, at + klen, m);
+      pin[m] = '\0';
+      return 1;
+    }
+    at = end != NULL ? end + 1 : NULL;
+  }
+  return 0;
+}
+
+static void compare_with_pins(const char* corpus, const char* expected, const char* file) {
+  static const double defaults[6] = {0.01, 0, 0.01, 0.1, 10, 4};
+  static const double fine[6] = {0.001, 1, 0.001, 0, 0, 2};
+  char path[2200], outcome[200], layers[200], pin[200];
+  snprintf(path, sizeof path, "%s/%s", corpus, file);
+  parse_outcome(path, defaults, outcome, layers);
+  CHECK(pinned(expected, file, "defaults", pin, sizeof pin) && strcmp(outcome, pin) == 0);
+  if (strcmp(outcome, pin) != 0)
+    fprintf(stderr, "  %s at defaults: %s, pinned %s\n", file, outcome, pin);
+  CHECK(pinned(expected, file, "layers", pin, sizeof pin) && strcmp(layers, pin) == 0);
+  if (strcmp(layers, pin) != 0) fprintf(stderr, "  %s layers: %s, pinned %s\n", file, layers, pin);
+  parse_outcome(path, fine, outcome, layers);
+  CHECK(pinned(expected, file, "fine", pin, sizeof pin) && strcmp(outcome, pin) == 0);
+  if (strcmp(outcome, pin) != 0)
+    fprintf(stderr, "  %s at fine: %s, pinned %s\n", file, outcome, pin);
+}
+
 static void test_corpus(const char* helper, const char* corpus, const char* list) {
   FILE* f = fopen(list, "r");
   char line[1024];
+  char expected_path[2200];
+  char* expected;
+  size_t expected_len = 0;
   int index = 0;
+  snprintf(expected_path, sizeof expected_path, "%s/EXPECTED.tsv", corpus);
+  expected = read_file(expected_path, &expected_len);
   if (f == NULL) {
     fprintf(stderr, "cannot read %s\n", list);
     ++failed;
@@ -533,9 +670,17 @@ static void test_corpus(const char* helper, const char* corpus, const char* list
     }
     fclose(probe);
     compare_drawing(helper, path, index++);
+    CHECK(expected != NULL);
+    if (expected != NULL) compare_with_pins(corpus, expected, line);
   }
   fclose(f);
+  free(expected);
   if (skipped > 0) printf("corpus drawings not found under %s: %d skipped\n", corpus, skipped);
+}
+
+static int skips_are_failures(void) {
+  const char* v = getenv("VESSIK_NO_SKIP");
+  return v != NULL && v[0] != '\0' && strcmp(v, "0") != 0;
 }
 
 int main(int argc, char** argv) {
@@ -551,6 +696,11 @@ int main(int argc, char** argv) {
   test_failures();
   test_parse();
   test_corpus(argv[1], argv[2], argv[3]);
+  if (skipped > 0 && skips_are_failures()) {
+    printf("VESSIK_NO_SKIP is set: the %d skipped drawings count as failed\n", skipped);
+    failed += skipped;
+    skipped = 0;
+  }
   if (skipped > 0) {
     printf("%d passed, %d failed, %d skipped\n", passed, failed, skipped);
   } else {

@@ -1,10 +1,13 @@
 """Tests of the Python module "vessik".
 
 Drawings of the shared corpus are parsed through the module and compared with
-the library's own text, which the helper named by VESSIK_EXPECT writes. Without
-the corpus (VESSIK_CORPUS_DIR) those tests are skipped.
+their pinned outcomes (EXPECTED.tsv of the corpus), and with the library's own
+text, which the helper named by VESSIK_EXPECT writes. Without the corpus
+(VESSIK_CORPUS_DIR) those tests are skipped, unless VESSIK_NO_SKIP is set: then
+they fail.
 """
 
+import hashlib
 import os
 import subprocess
 import tempfile
@@ -12,6 +15,24 @@ import time
 import unittest
 
 import vessik
+
+# The tool's defaults, and the fine settings of the corpus pins.
+TOOL_DEFAULTS = dict(
+    Tolerance=0.01,
+    Check=0,
+    ArcMaximumDeviationFactor=0.01,
+    ArcMinimumSegmentLengthFactor=0.1,
+    ArcMaximumSegmentLengthFactor=10.0,
+    InitialSegments=4.0,
+)
+FINE = dict(
+    Tolerance=0.001,
+    Check=1,
+    ArcMaximumDeviationFactor=0.001,
+    ArcMinimumSegmentLengthFactor=0.0,
+    ArcMaximumSegmentLengthFactor=0.0,
+    InitialSegments=2.0,
+)
 
 SETTINGS = dict(
     Tolerance=0.01,
@@ -268,15 +289,73 @@ def corpus_drawings():
     return corpus, [os.path.join(corpus, n) for n in names]
 
 
+def skips_are_failures():
+    return os.environ.get("VESSIK_NO_SKIP", "") not in ("", "0")
+
+
+def pinned_outcomes(corpus):
+    """{(file, settings): (outcome, count, sha256)} from the corpus pins."""
+    pins = {}
+    with open(os.path.join(corpus, "EXPECTED.tsv"), encoding="utf-8") as f:
+        next(f)
+        for line in f:
+            cols = line.rstrip("\n").split("\t")
+            if len(cols) >= 5:
+                pins[(cols[0], cols[1])] = tuple(cols[2:5])
+    return pins
+
+
+def settings_object(settings):
+    data = vessik.Vessik_CommonData()
+    for k, v in settings.items():
+        setattr(data, k, v)
+    return data
+
+
 class CorpusTests(Drawings):
-    def test_corpus_matches_the_library(self):
+    def found_or_skip(self):
         corpus, paths = corpus_drawings()
-        helper = os.environ.get("VESSIK_EXPECT", "")
-        if not paths or not helper:
-            self.skipTest("no corpus at %r: corpus comparison skipped" % corpus)
         found = [p for p in paths if os.path.isfile(p)]
         if not found:
-            self.skipTest("corpus drawings missing under %r" % corpus)
+            message = "no corpus drawings at %r: corpus comparison skipped" % corpus
+            if skips_are_failures():
+                self.fail(message + " (VESSIK_NO_SKIP is set)")
+            self.skipTest(message)
+        return corpus, found
+
+    def test_corpus_matches_the_pins(self):
+        corpus, found = self.found_or_skip()
+        pins = pinned_outcomes(corpus)
+        for path in found:
+            name = os.path.relpath(path, corpus)
+            for setting, settings in (("defaults", TOOL_DEFAULTS), ("fine", FINE)):
+                with self.subTest(drawing=name, settings=setting):
+                    self.assertEqual(self.outcome(path, settings, setting == "defaults"),
+                                     pins[(name, setting)])
+                    if setting == "defaults":
+                        self.assertEqual(self.layer_outcome, pins[(name, "layers")])
+
+    def outcome(self, path, settings, with_layers):
+        """(outcome, count, sha256) as the pins write it."""
+        parser = vessik.Vessik_Parser()
+        try:
+            text = parser.Parse2(path, settings_object(settings), vessik.Vessik_Progress())
+        except vessik.VessikError as e:
+            self.layer_outcome = ("error", "-", "-")
+            return ("error", str(e.number), "-")
+        data = text.encode("utf-8", "surrogateescape")
+        if with_layers:
+            layers = b"".join(b"%s\t%d\t%d\n" % (layer.Name.encode("utf-8", "surrogateescape"),
+                                                  layer.Color.ColorACI, layer.Color.ColorRGB)
+                              for layer in parser.Layers)
+            self.layer_outcome = ("text", str(layers.count(b"\n")),
+                                  hashlib.sha256(layers).hexdigest())
+        return ("text", str(data.count(b"\n")), hashlib.sha256(data).hexdigest())
+
+    def test_corpus_matches_the_library(self):
+        corpus, found = self.found_or_skip()
+        helper = os.environ.get("VESSIK_EXPECT", "")
+        self.assertTrue(helper, "VESSIK_EXPECT names no helper")
         for i, path in enumerate(found):
             with self.subTest(drawing=os.path.relpath(path, corpus)):
                 self.compare(helper, path, os.path.join(self.dir, "expect%d" % i))
