@@ -46,4 +46,5 @@ if(VESSIK_BUILD_TESTS)
   set_tests_properties(host_com_setup host_com_objects host_com_parse host_com_client
                        host_com_unregister PROPERTIES
                        ENVIRONMENT "${env}" TIMEOUT 300 RESOURCE_LOCK halmor_wine_prefix)
+  set_tests_properties(host_com_setup host_com_parse PROPERTIES LABELS corpus)
 endif()

@@ -1,0 +1,44 @@
+# The library's sources, relative to the repository root. The native build and the
+# COM cross build (host/com) both take them from here.
+set(VESSIK_LIBRARY_SOURCES
+  parser/FileBytes.cpp
+  parser/GroupPairs.cpp
+  parser/Lickety.cpp
+  parser/LoadDXF.cpp
+  parser/Vessik_Color.cpp
+  parser/Vessik_Concat.cpp
+  parser/Vessik_Convert.cpp
+  parser/Vessik_Error.cpp
+  parser/Vessik_Layer.cpp
+  parser/Vessik_Parser.cpp
+  parser/Vessik_Progress.cpp
+  parser/Vessik_Types.cpp
+  parser/Vessik_Utils.cpp
+  entities/AheadPrinter.cpp
+  entities/EntityArena.cpp
+  entities/EntityFactory.cpp
+  entities/RecordText.cpp
+  entities/Vessik_Arc.cpp
+  entities/Vessik_Circle.cpp
+  entities/Vessik_Ellipse.cpp
+  entities/Vessik_Entity.cpp
+  entities/Vessik_Insert.cpp
+  entities/Vessik_Line.cpp
+  entities/Vessik_LwPolyline.cpp
+  entities/Vessik_Polyline.cpp
+  entities/Vessik_Spline.cpp
+  entities/Vessik_Vertex.cpp
+  geometry/Vessik_Aaa.cpp
+  geometry/Vessik_ArcGeo.cpp
+  geometry/Vessik_LineGeo.cpp
+  geometry/Vessik_Math.cpp
+  geometry/Vessik_Point.cpp
+  spline/Vessik_BSpline.cpp
+  spline/Vessik_BiArc.cpp
+  spline/Vessik_CurvePointValid.cpp
+  spline/Vessik_Geo.cpp
+  spline/Vessik_Nurbs.cpp
+  spline/Vessik_SplineFit.cpp
+  spline/Vessik_SplineJoin.cpp
+  spline/Vessik_SplineMerge.cpp
+)
