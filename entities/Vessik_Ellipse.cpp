@@ -117,7 +117,7 @@ void Vessik_Ellipse::Ellipse2Arcs(double Tolerance) {
     }
     if (passed) return;
     if (n + 1 > kMaxPieces) {
-      RaiseError(errnum::TooManyIterations, "", "Iterations above 10000 reduce tolerance.");
+      RaiseCatalogued(CataloguedError("TooManyIterations"));
     }
     n = n + 1;
   }

@@ -252,8 +252,7 @@ void Vessik_Insert::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
 
 void Vessik_Insert::Vessik_IEntity_Release() {
   if (!Entities) {
-    RaiseError(errnum::InsertComponent, "Rendak.Vessik_Insert.Vessik_IEntity_Release",
-               "Vessik_Insert component failure");
+    RaiseCatalogued(CataloguedError("InsertComponent"));
   }
   parent_ = nullptr;
 }

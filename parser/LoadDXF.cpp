@@ -79,7 +79,7 @@ void Vessik_Parser::LoadDXF(const std::string& TheFile) {
   }
   std::string_view next;
   if (!found || !lines.Next(next)) {
-    RaiseError(errnum::SectionNotFound, "", "SECTION tag not found. DXF file is invalid.");
+    RaiseCatalogued(CataloguedError("SectionNotFound"));
   }
 
   // Lines from here on are taken in pairs. A pair with an empty line is dropped; a
@@ -108,8 +108,7 @@ void Vessik_Parser::LoadDXF(const std::string& TheFile) {
     // Whatever failed (a code beyond 32 bits, memory), the words say where.
     pairs.Clear();
     ShowMessageBox("Fail:0");
-    RaiseError(errnum::ParsingFailed, "",
-               "Error during parsing of DXF file at line #" + std::to_string(codeIndex));
+    RaiseCatalogued(CataloguedError("ParsingFailed"), std::to_string(codeIndex));
   }
   pairs.AdoptBytes(lines.TakeBytes());
 }

@@ -4,11 +4,14 @@
 
 #include <cstdint>
 #include <exception>
+#include <span>
 #include <string>
+#include <string_view>
 
 namespace vessik {
 
-// Numbers of the failures that the library raises.
+// Numbers of the failures that the library raises. Each has its row in
+// ErrorCatalogue(), which also gives its name, source, words and cause.
 namespace errnum {
 constexpr int32_t InvalidProcedureCall = 5;
 constexpr int32_t Overflow = 6;
@@ -42,13 +45,35 @@ class Vessik_Error : public std::exception {
   std::string description_;
 };
 
-// The words of a runtime failure ("Subscript out of range" for 9 and so on).
+/// One failure the library can raise: its number, a name for code, the source
+/// and words a host receives, and when it is raised.
+struct ErrorInfo {
+  int32_t Number;
+  std::string_view Name;
+  std::string_view Source;
+  /// The description; for ParsingFailed the line number follows it.
+  std::string_view Text;
+  std::string_view RaisedWhen;
+};
+
+/// Every failure of the library, one row each, ordered by number. The C header,
+/// the Python module, the COM server and the README take their numbers and words
+/// from here, and the tests hold them to it.
+std::span<const ErrorInfo> ErrorCatalogue();
+
+/// The row of the catalogue with this name; throws std::out_of_range if none.
+const ErrorInfo& CataloguedError(std::string_view name);
+
+// The words of a runtime failure ("Subscript out of range" for 9 and so on), or
+// "Application-defined or object-defined error" for a number of no runtime failure.
 std::string PlatformErrorText(int32_t number);
 
 // Raises a runtime failure with its standard words and no source.
 [[noreturn]] void RaisePlatformError(int32_t number);
 
-[[noreturn]] void RaiseError(int32_t number, std::string source, std::string description);
+// Raises the failure of that catalogue row, with its source and words and the
+// detail (if any) appended to the words.
+[[noreturn]] void RaiseCatalogued(const ErrorInfo& error, std::string_view detail = {});
 
 // Turns any exception in flight into a Vessik_Error: std::bad_alloc becomes 7,
 // anything unknown becomes 5. Call only inside a catch block.

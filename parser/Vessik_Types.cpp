@@ -10,8 +10,7 @@ int32_t InStrCount(std::string_view text, std::string_view find, int32_t Start, 
     return 0;
   }
   if (Start < 1) {
-    RaiseError(errnum::InvalidProcedureCall, "InStrCount Function",
-               "Start can't be smaller than 1");
+    RaiseCatalogued(CataloguedError("InStrCountStart"));
   }
   // Characters are compared by their low byte; with Compare the bit of letter case
   // (32) is masked out on both sides.

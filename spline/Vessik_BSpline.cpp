@@ -14,7 +14,7 @@ namespace {
 constexpr int32_t kMaxBisectionSteps = 200;
 
 [[noreturn]] void RaiseInvalidSpan() {
-  RaiseError(errnum::InvalidSpan, "", "Invalid span variable.");
+  RaiseCatalogued(CataloguedError("InvalidSpan"));
 }
 
 }  // namespace

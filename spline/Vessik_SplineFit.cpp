@@ -132,7 +132,7 @@ void Vessik_Spline::FitSection(const Section& S, double Tolerance, double FitTol
     }
     PumpMessages();
     if (Iterations > kMaxIterations) {
-      RaiseError(errnum::TooManyIterations, "", "Iterations above 10000 reduce tolerance.");
+      RaiseCatalogued(CataloguedError("TooManyIterations"));
     }
   }
 }

@@ -68,19 +68,23 @@ VESSIK_API void vessik_error_clear(vessik_error* error);
 /* Frees a text handed out by the library. NULL is allowed. */
 VESSIK_API void vessik_string_free(char* text);
 
-/* The numbers of the library's own failures and of the most common platform
- * failures. */
+/* The numbers of every failure the library raises; the README's table of
+ * failures gives their words and causes. */
 #define VESSIK_E_INVALID_CALL 5
 #define VESSIK_E_OVERFLOW 6
 #define VESSIK_E_OUT_OF_MEMORY 7
 #define VESSIK_E_SUBSCRIPT 9
+#define VESSIK_E_DIVISION_BY_ZERO 11
 #define VESSIK_E_TYPE_MISMATCH 13
 #define VESSIK_E_OUT_OF_STACK 28
 #define VESSIK_E_FILE_NOT_FOUND 53
 #define VESSIK_E_PATH_ACCESS 75
 #define VESSIK_E_OBJECT_NOT_SET 91
-#define VESSIK_E_SECTION_NOT_FOUND ((int32_t)-2147221503) /* 0x80040001 */
-#define VESSIK_E_PARSING_FAILED ((int32_t)-2147221501)    /* 0x80040003 */
+#define VESSIK_E_SECTION_NOT_FOUND ((int32_t)-2147221503)   /* 0x80040001 */
+#define VESSIK_E_PARSING_FAILED ((int32_t)-2147221501)      /* 0x80040003 */
+#define VESSIK_E_INSERT_COMPONENT ((int32_t)-2147221404)    /* 0x80040064 */
+#define VESSIK_E_TOO_MANY_ITERATIONS ((int32_t)-2147221403) /* 0x80040065 */
+#define VESSIK_E_INVALID_SPAN ((int32_t)-2147221402)        /* 0x80040066 */
 
 /* Creates an object of the class of this name: "Vessik_Parser",
  * "Vessik_Progress", "Vessik_Layer", "Vessik_Color" or "Vessik_CommonData".

@@ -117,6 +117,14 @@ class VessikError(Exception):
   py::object error_type = ns["VessikError"];
   error_type.attr("__module__") = "vessik";
   m.attr("VessikError") = error_type;
+
+  // The catalogue of failures: (number, name, source, description, raised when).
+  py::list errors;
+  for (const ErrorInfo& e : ErrorCatalogue()) {
+    errors.append(py::make_tuple(e.Number, std::string(e.Name), std::string(e.Source),
+                                 std::string(e.Text), std::string(e.RaisedWhen)));
+  }
+  m.attr("ERRORS") = py::tuple(errors);
   g_error_type = error_type.inc_ref().ptr();
 
   py::register_exception_translator([](std::exception_ptr p) {

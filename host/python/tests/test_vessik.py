@@ -279,6 +279,24 @@ class ParseTests(Drawings):
         self.assertTrue(all(isinstance(u.exc_value, ValueError) for u in caught))
 
 
+class ErrorCatalogueTests(unittest.TestCase):
+    def test_errors_are_the_catalogue(self):
+        self.assertEqual(len(vessik.ERRORS), 16)
+        rows = {row[1]: row for row in vessik.ERRORS}
+        self.assertEqual(rows["TypeMismatch"][:4], (13, "TypeMismatch", "", "Type mismatch"))
+        self.assertEqual(rows["TooManyIterations"][:4],
+                         (-2147221403, "TooManyIterations", "",
+                          "Iterations above 10000 reduce tolerance."))
+
+    def test_a_failure_has_the_catalogue_words(self):
+        number, _, source, text, _ = {row[1]: row for row in vessik.ERRORS}["FileNotFound"]
+        with self.assertRaises(vessik.VessikError) as cm:
+            vessik.Vessik_Parser().Parse2("/no/such/drawing.dxf", vessik.Vessik_CommonData(),
+                                          vessik.Vessik_Progress())
+        self.assertEqual((cm.exception.number, cm.exception.source, cm.exception.description),
+                         (number, source, text))
+
+
 def corpus_drawings():
     corpus = os.environ.get("VESSIK_CORPUS_DIR", "")
     listing = os.environ.get("VESSIK_HOST_DRAWINGS", "")
