@@ -2,6 +2,8 @@
 # nothing a consumer of the library inherits. Link it as
 # $<BUILD_INTERFACE:vessik_flags>.
 add_library(vessik_flags INTERFACE)
+# Our own code reaches every header of the source tree, internal ones included.
+target_include_directories(vessik_flags INTERFACE ${CMAKE_CURRENT_LIST_DIR}/..)
 target_compile_features(vessik_flags INTERFACE cxx_std_20)
 
 if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")

@@ -42,3 +42,20 @@ set(VESSIK_LIBRARY_SOURCES
   spline/Vessik_SplineJoin.cpp
   spline/Vessik_SplineMerge.cpp
 )
+
+# The headers a host needs, and the only ones installed: the chief header
+# parser/parser.h and what it includes. They include each other by plain file
+# name, so that they work from any folder; consumers write
+# #include <vessik/parser/parser.h>.
+set(VESSIK_PUBLIC_HEADERS
+  parser/parser.h
+  parser/Vessik_Block.h
+  parser/Vessik_Color.h
+  parser/Vessik_CommonData.h
+  parser/Vessik_Error.h
+  parser/Vessik_Hooks.h
+  parser/Vessik_Layer.h
+  parser/Vessik_Parser.h
+  parser/Vessik_Progress.h
+  parser/Vessik_Section.h
+)

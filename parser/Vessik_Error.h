@@ -10,8 +10,8 @@
 
 namespace vessik {
 
-// Numbers of the failures that the library raises. Each has its row in
-// ErrorCatalogue(), which also gives its name, source, words and cause.
+/// Numbers of the failures that the library raises. Each has its row in
+/// ErrorCatalogue(), which also gives its name, source, words and cause.
 namespace errnum {
 constexpr int32_t InvalidProcedureCall = 5;
 constexpr int32_t Overflow = 6;
@@ -30,13 +30,19 @@ constexpr int32_t TooManyIterations = static_cast<int32_t>(0x80040065u);
 constexpr int32_t InvalidSpan = static_cast<int32_t>(0x80040066u);
 }  // namespace errnum
 
+/// The failure of a parse: every error the library raises is one of these.
 class Vessik_Error : public std::exception {
  public:
+  /// Makes a failure with this number, source and description.
   Vessik_Error(int32_t number, std::string source, std::string description);
 
+  /// The failure's number (see ErrorCatalogue()).
   int32_t Number() const noexcept { return number_; }
+  /// Where it was raised, for the few failures that say; mostly empty.
   const std::string& Source() const noexcept { return source_; }
+  /// The failure's words.
   const std::string& Description() const noexcept { return description_; }
+  /// The description.
   const char* what() const noexcept override { return description_.c_str(); }
 
  private:
@@ -64,19 +70,19 @@ std::span<const ErrorInfo> ErrorCatalogue();
 /// The row of the catalogue with this name; throws std::out_of_range if none.
 const ErrorInfo& CataloguedError(std::string_view name);
 
-// The words of a runtime failure ("Subscript out of range" for 9 and so on), or
-// "Application-defined or object-defined error" for a number of no runtime failure.
+/// The words of a runtime failure ("Subscript out of range" for 9 and so on), or
+/// "Application-defined or object-defined error" for a number of no runtime failure.
 std::string PlatformErrorText(int32_t number);
 
-// Raises a runtime failure with its standard words and no source.
+/// Raises a runtime failure with its standard words and no source.
 [[noreturn]] void RaisePlatformError(int32_t number);
 
-// Raises the failure of that catalogue row, with its source and words and the
-// detail (if any) appended to the words.
+/// Raises the failure of that catalogue row, with its source and words and the
+/// detail (if any) appended to the words.
 [[noreturn]] void RaiseCatalogued(const ErrorInfo& error, std::string_view detail = {});
 
-// Turns any exception in flight into a Vessik_Error: std::bad_alloc becomes 7,
-// anything unknown becomes 5. Call only inside a catch block.
+/// Turns any exception in flight into a Vessik_Error: std::bad_alloc becomes 7,
+/// anything unknown becomes 5. Call only inside a catch block.
 Vessik_Error CurrentErrorAsVessik();
 
 }  // namespace vessik

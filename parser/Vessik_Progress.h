@@ -7,20 +7,24 @@
 
 namespace vessik {
 
-// The progress object that a host passes to Parse2: it raises the Progress event
-// and carries the host's cancel flag.
+/// The progress object that a host passes to Parse2: it raises the Progress event
+/// and carries the host's cancel flag.
 class Vessik_Progress {
  public:
+  /// A receiver of the Progress event, given values from 50 to 100.
   using Handler = std::function<void(int32_t)>;
 
+  /// Whether the host asked the parse to stop.
   bool IsCanceled() const { return canceled_; }
+  /// Asks the parse to stop (true): it then returns the empty text.
   void IsCanceled(bool value) { canceled_ = value; }
 
-  // Raises Progress with this value, synchronously, to every connected handler.
+  /// Raises Progress with this value, synchronously, to every connected handler.
   void DoProgress(int32_t value);
 
-  // Connects a handler; the result identifies it for Disconnect.
+  /// Connects a handler; the result identifies it for Disconnect.
   int Connect(Handler handler);
+  /// Disconnects the handler that Connect numbered so.
   void Disconnect(int cookie);
 
  private:

@@ -1,11 +1,11 @@
-// The message pump and the number reader that every stage shares, and the hooks
-// through which a host lends its message loop and its message box.
+// The message pump and the number reader that every stage shares.
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <string_view>
+
+#include "parser/Vessik_Hooks.h"
 
 namespace vessik {
 
@@ -19,13 +19,6 @@ void PumpMessages();
 // For a thread of the library's own, which no host can give messages to: its pump
 // does nothing at all, not even read the clock.
 void SilencePump();
-
-// The host's message loop for this thread; empty to remove it.
-void SetPumpHook(std::function<void()> hook);
-
-// The host's modal message box for this thread (the text it shows; returns when
-// dismissed); empty to remove it.
-void SetMessageBoxHook(std::function<void(const std::string&)> hook);
 
 // Shows the text through the message box hook of this thread, if one is set.
 void ShowMessageBox(const std::string& text);

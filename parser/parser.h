@@ -1,10 +1,17 @@
 // Chief header of the library: everything a host needs to parse a drawing.
+//
+//   #include <vessik/parser/parser.h>
+//
+//   vessik::Vessik_Parser parser;
+//   vessik::Vessik_CommonData data;   // set the six settings
+//   vessik::Vessik_Progress progress;
+//   std::string text = parser.Parse2("part.dxf", data, progress);
 #pragma once
 
-#include "parser/Vessik_Color.h"
-#include "parser/Vessik_CommonData.h"
-#include "parser/Vessik_Error.h"
-#include "parser/Vessik_Layer.h"
-#include "parser/Vessik_Parser.h"
-#include "parser/Vessik_Progress.h"
-#include "parser/Vessik_Utils.h"
+#include "Vessik_Color.h"
+#include "Vessik_CommonData.h"
+#include "Vessik_Error.h"
+#include "Vessik_Hooks.h"
+#include "Vessik_Layer.h"
+#include "Vessik_Parser.h"
+#include "Vessik_Progress.h"

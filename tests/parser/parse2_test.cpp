@@ -12,6 +12,7 @@
 #include "entities/Vessik_Insert.h"
 #include "parser/GroupPairs.h"
 #include "parser/Vessik_Concat.h"
+#include "parser/Vessik_Utils.h"
 #include "parser/parser.h"
 #include "support/TestSupport.h"
 

@@ -1,7 +1,7 @@
 /* Parses a drawing through the installed C interface. */
 #include <stdio.h>
 
-#include "vessik.h"
+#include <vessik/vessik.h>
 
 int main(int argc, char** argv) {
   Vessik_Parser* parser = NULL;

@@ -1,7 +1,7 @@
 // Parses a drawing through the installed C++ library.
 #include <iostream>
 
-#include "parser/parser.h"
+#include <vessik/parser/parser.h>
 
 int main(int argc, char** argv) {
   if (argc != 2) return 2;
