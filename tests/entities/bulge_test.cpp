@@ -11,6 +11,7 @@
 // term of the centre count.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <string>
