@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <string>
+#include <vector>
 
 #include "entities/Vessik_Ellipse.h"
 #include "geometry/Vessik_ArcGeo.h"
@@ -183,6 +185,64 @@ TEST(Ellipse, FlatRatioZeroGivesLinesWithoutFailure) {
     ++records;
   }
   EXPECT_EQ(records, 52u);
+}
+
+// The worst miss of each piece of an n-piece pass at its quarter points 1, 2 and 3,
+// with the biarcs built from the ellipse's own points and tangents.
+std::vector<std::array<double, 3>> QuarterMisses(const Vessik_Ellipse& e, double sa, double ea,
+                                                 int n, double tol) {
+  std::vector<std::array<double, 3>> misses;
+  double t = sa;
+  for (int i = 1; i <= n; ++i) {
+    const double t1 = (ea - sa) / n + t;
+    Vessik_BiArc B;
+    B.Pa = e.EllipsePoint(t);
+    B.Pb = e.EllipsePoint(t1);
+    B.Tana = e.EllipseTangent(t);
+    B.Tanb = e.EllipseTangent(t1);
+    B.MinR = tol / 100;
+    B.Init(0, 0, nullptr);
+    std::array<double, 3> m{};
+    for (int q = 1; q <= 3; ++q) {
+      m[static_cast<size_t>(q - 1)] =
+          B.get_biarc_fitting_error(e.EllipsePoint(q * ((t1 - t) / 4) + t));
+    }
+    misses.push_back(m);
+    t = t1;
+  }
+  return misses;
+}
+
+TEST(Ellipse, EachQuarterPointCounts) {
+  // Half axes 5 and 2.5, parameters 0.3 to 2: with two pieces the first one misses
+  // only at its first quarter point, so three pieces are needed.
+  Vessik_Ellipse e = Make(5, 0, 0.5, 0.3, 2.0);
+  auto two = QuarterMisses(e, 0.3, 2.0, 2, 0.01);
+  EXPECT_GE(two[0][0], 0.01);
+  EXPECT_LT(two[0][1], 0.01);
+  EXPECT_LT(two[0][2], 0.01);
+  EXPECT_LT(std::max({two[1][0], two[1][1], two[1][2]}), 0.01);
+  for (const auto& m : QuarterMisses(e, 0.3, 2.0, 3, 0.01)) {
+    EXPECT_LT(std::max({m[0], m[1], m[2]}), 0.01);
+  }
+  e.Ellipse2Arcs(0.01);
+  EXPECT_EQ(e.BiArcs().size(), 3u);
+}
+
+TEST(Ellipse, QuarterPointsAndNotOthers) {
+  // Ratio 0.7, parameters 1 to 4, tolerance 0.1: three pieces miss at a quarter
+  // point, four fit, so the pass ends with four. Points at fifths instead of
+  // quarters would judge otherwise.
+  Vessik_Ellipse e = Make(5, 0, 0.7, 1, 4);
+  double worst3 = 0;
+  for (const auto& m : QuarterMisses(e, 1, 4, 3, 0.1))
+    worst3 = std::max({worst3, m[0], m[1], m[2]});
+  EXPECT_GE(worst3, 0.1);
+  for (const auto& m : QuarterMisses(e, 1, 4, 4, 0.1)) {
+    EXPECT_LT(std::max({m[0], m[1], m[2]}), 0.1);
+  }
+  e.Ellipse2Arcs(0.1);
+  EXPECT_EQ(e.BiArcs().size(), 4u);
 }
 
 TEST(Ellipse, NoAxisGivesEmptyOutput) {
