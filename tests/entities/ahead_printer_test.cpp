@@ -1,8 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "entities/AheadPrinter.h"
@@ -18,6 +21,19 @@ class Throws : public Vessik_Line {
     Vessik_Line::AppendText(Text, Layers);
     throw std::runtime_error("no text");
   }
+};
+
+// A line that counts how often it is printed.
+class Counted : public Vessik_Line {
+ public:
+  explicit Counted(std::atomic<int>& count) : count_(count) { X2 = 9999.5; }
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override {
+    Vessik_Line::AppendText(Text, Layers);
+    count_.fetch_add(1);
+  }
+
+ private:
+  std::atomic<int>& count_;
 };
 
 std::vector<std::unique_ptr<Vessik_Line>> Lines(int count) {
@@ -107,15 +123,25 @@ TEST(AheadPrinter, TooManyLayersLeaveTheRestToTheCaller) {
 
 TEST(AheadPrinter, DroppedWithWorkLeftStopsCleanly) {
   Vessik_Layers layers = OneLayer("A");
-  auto lines = Lines(20000);
+  std::atomic<int> printed{0};
+  std::vector<std::unique_ptr<Counted>> lines;
+  for (int i = 0; i < 20000; ++i) lines.push_back(std::make_unique<Counted>(printed));
   {
     auto printer = AheadPrinter::Start(0);
     ASSERT_TRUE(printer);
     for (auto& line : lines) printer->Submit(line.get(), layers);
     printer->Flush();
   }
-  // The lines are still whole after the printer is gone.
-  EXPECT_EQ(lines.back()->X2, 19999 * 0.5);
+  // Once the printer is gone its thread has ended: no item is printed any more.
+  const int atDrop = printed.load();
+  EXPECT_LE(atDrop, 20000);
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_EQ(printed.load(), atDrop);
+  // The items are the caller's and still print as before.
+  Vessik_Concat text;
+  lines.back()->Vessik_Line::AppendText(text, layers);
+  EXPECT_EQ(std::string(text.View()),
+            "0\t83\tA\t0\t16777215\t0\t0\t0\t9999.5\t0\t0\t0\t0\t0\t0\t0\t0\t\r\n");
 }
 
 TEST(AheadPrinter, NothingHandedOverGivesNoText) {

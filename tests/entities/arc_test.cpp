@@ -332,6 +332,71 @@ TEST(Arc, MirroringOfAHugeAngleEnds) {
   EXPECT_LE(sa, 360);
   EXPECT_GT(ea, 0);
   EXPECT_LE(ea, 360);
+  // (90 - 1e15) + 90 and (90 - 2e15) + 90 are exact, and so is every turn added to
+  // them. 1e15 = 280 and 2e15 = 200 (mod 360), so they end at -280 + 180 + 360 = 260
+  // and -200 + 180 + 360 = 340; swapped, the arc runs from 340 to 260. The centre's
+  // X, 0, changes sign and prints as 0.
+  EXPECT_EQ(rec[0][15], "340");
+  EXPECT_EQ(rec[0][16], "260");
+  EXPECT_EQ(test::ParseDrawing(ArcPairs(0, 0, 1, 1e15, 2e15, {{230, "-1"}})),
+            "0\t66\tNoName\t0\t16777215\t0\t0\t0\t0\t0\t0\t0\t0\t0\t1\t340\t260\t\r\n");
+}
+
+}  // namespace
+}  // namespace vessik
+
+namespace vessik {
+namespace {
+
+// An ARC with its centre at (3, 4, 5), radius 2, and the given angles and extrusion.
+Pairs RaisedArc(double sa, double ea, const Pairs& extrusion) {
+  Pairs p{{0, "ARC"}, {10, "3"}, {20, "4"}, {30, "5"}, {40, "2"}};
+  p.push_back({50, DoubleToText(sa)});
+  p.push_back({51, DoubleToText(ea)});
+  p.insert(p.end(), extrusion.begin(), extrusion.end());
+  return p;
+}
+
+std::string ArcRecord(const std::string& cx, const std::string& cy, const std::string& cz,
+                      const std::string& sa, const std::string& ea) {
+  return "0\t66\tNoName\t0\t16777215\t0\t0\t0\t0\t0\t0\t" + cx + "\t" + cy + "\t" + cz + "\t2\t" +
+         sa + "\t" + ea + "\t\r\n";
+}
+
+TEST(Arc, FullArcWithEachMirroringExtrusionIsLeftAlone) {
+  // Read as 0 to 360, a full arc is not mirrored by any of the three downward
+  // directions: neither its centre nor its angles change.
+  EXPECT_EQ(ParseDrawing(RaisedArc(0, 360, {{210, "0"}, {220, "-1"}, {230, "0"}})),
+            ArcRecord("3", "4", "5", "0", "360"));
+  EXPECT_EQ(ParseDrawing(RaisedArc(0, 360, {{210, "-1"}, {220, "0"}, {230, "0"}})),
+            ArcRecord("3", "4", "5", "0", "360"));
+  EXPECT_EQ(ParseDrawing(RaisedArc(0, 360, {{230, "-1"}})), ArcRecord("3", "4", "5", "0", "360"));
+}
+
+TEST(Arc, ArcThatIsNotFullIsMirrored) {
+  // (0, -1, 0): Z changes sign, the angles stay.
+  EXPECT_EQ(ParseDrawing(RaisedArc(30, 60, {{220, "-1"}, {230, "0"}})),
+            ArcRecord("3", "4", "-5", "30", "60"));
+  // 0 to 359.5 is not full: mirrored like any other.
+  EXPECT_EQ(ParseDrawing(RaisedArc(0, 359.5, {{220, "-1"}, {230, "0"}})),
+            ArcRecord("3", "4", "-5", "0", "359.5"));
+  // 360 to 0 is no full arc either. (-1, 0, 0): Y changes sign; -360 and -0 get 360
+  // added as long as they are not above 0, and both end at 360.
+  EXPECT_EQ(ParseDrawing(RaisedArc(360, 0, {{210, "-1"}, {230, "0"}})),
+            ArcRecord("3", "-4", "5", "360", "360"));
+  // (-1, 0, 0) on 30 to 60: s = -30 + 360 = 330, e = -60 + 360 = 300, swapped.
+  EXPECT_EQ(ParseDrawing(RaisedArc(30, 60, {{210, "-1"}, {230, "0"}})),
+            ArcRecord("3", "-4", "5", "300", "330"));
+  // (0, 0, -1) on 30 to 60: s = 90 - 30 + 90 = 150, e = 90 - 60 + 90 = 120, swapped.
+  EXPECT_EQ(ParseDrawing(RaisedArc(30, 60, {{230, "-1"}})),
+            ArcRecord("-3", "4", "5", "120", "150"));
+  // All three at once, (-1, -1, -1), mirror X, Y and Z of a part arc, and its angles
+  // twice: 30 to 60 becomes 300 to 330 by X, then by Z 180 - 330 + 360 = 210 to
+  // 180 - 300 + 360 = 240. A full arc stays as it is.
+  EXPECT_EQ(ParseDrawing(RaisedArc(30, 60, {{210, "-1"}, {220, "-1"}, {230, "-1"}})),
+            ArcRecord("-3", "-4", "-5", "210", "240"));
+  EXPECT_EQ(ParseDrawing(RaisedArc(0, 360, {{210, "-1"}, {220, "-1"}, {230, "-1"}})),
+            ArcRecord("3", "4", "5", "0", "360"));
 }
 
 }  // namespace

@@ -121,3 +121,30 @@ TEST(Circle, RecordLayout) {
 
 }  // namespace
 }  // namespace vessik
+
+namespace vessik {
+namespace {
+
+TEST(Circle, ExtrusionMinusYKeepsTheOwnZ) {
+  // (0, -1, 0) would mirror Z, but a circle record carries the circle's own Z.
+  EXPECT_EQ(ParseDrawing(CirclePairs(3, 4, 5, 2, {{220, "-1"}, {230, "0"}})),
+            "0\t75\tNoName\t0\t16777215\t1\t2\t5\t5\t6\t5\t3\t4\t5\t2\t0\t0\t\r\n");
+}
+
+TEST(Circle, ExtrusionMinusXMirrorsYWholeRecord) {
+  // Centre (3, -4): box from (1, -6) to (5, -2), at the circle's own Z 5.
+  EXPECT_EQ(ParseDrawing(CirclePairs(3, 4, 5, 2, {{210, "-1"}, {230, "0"}})),
+            "0\t75\tNoName\t0\t16777215\t1\t-6\t5\t5\t-2\t5\t3\t-4\t5\t2\t0\t0\t\r\n");
+}
+
+TEST(Circle, MirroringComesAfterTheBlockChain) {
+  // Placed at (10, 20, 30) the centre is (13, 24), and then mirrored: (13, -24) for
+  // (-1, 0, 0), and (-13, 24) for (0, 0, -1). Z stays the circle's own.
+  EXPECT_EQ(InBlock(CirclePairs(3, 4, 5, 2, {{210, "-1"}, {230, "0"}}), 1, 1, 1, 10, 20, 30),
+            "0\t75\t0\t0\t16777215\t11\t-26\t5\t15\t-22\t5\t13\t-24\t5\t2\t0\t0\t\r\n");
+  EXPECT_EQ(InBlock(CirclePairs(3, 4, 5, 2, {{230, "-1"}}), 1, 1, 1, 10, 20, 30),
+            "0\t75\t0\t0\t16777215\t-15\t22\t5\t-11\t26\t5\t-13\t24\t5\t2\t0\t0\t\r\n");
+}
+
+}  // namespace
+}  // namespace vessik

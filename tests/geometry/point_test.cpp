@@ -151,6 +151,19 @@ TEST(AddTurns, EndsForHugeAndSpecialValues) {
     EXPECT_GT(r, 0) << v;
     EXPECT_LE(r, 360) << v;
   }
+  // Where every sum is exact (integers whose spacing divides 360) the result is the
+  // remainder by 360: 1e15 = 280 (mod 360), as 1e15 is a multiple of 40 and 1 more
+  // than a multiple of 9; so -1e15 gives 80, -1.5e16 = -15 × 280 = -4200 gives 120
+  // and -7e16 = -70 × 280 = -19600 gives 200. (At 1.5e16 the spacing is 2 and at
+  // 7e16 it is 8, both dividing 360.)
+  EXPECT_EQ(AddTurnsUntilPositive(-1e15), 80);
+  EXPECT_EQ(AddTurnsUntilPositive(-1.5e16), 120);
+  EXPECT_EQ(AddTurnsUntilPositive(-7e16), 200);
+  // At 1e18 the spacing is 128 and each addition rounds: 360 becomes 384 there and
+  // in the range below (spacing 64), 352 at spacing 32 and, on the tie of 22.5
+  // spacings of 16, 352 or 368 to the even neighbour. Followed range by range, the
+  // plain loop ends at 272.
+  EXPECT_EQ(AddTurnsUntilPositive(-1e18), 272);
 }
 
 }  // namespace

@@ -145,6 +145,32 @@ TEST(Lickety, LineAcrossABlockBoundaryComesOutWhole) {
   EXPECT_EQ(Split("ab\r\ncd\r\n", 3, "\r\n"), (Lines{"ab", "cd"}));
 }
 
+TEST(Lickety, DelimiterEndingWhereTheLastBlockStartsKeepsTheTail) {
+  // Blocks "abc\n" and "def": the last block holds no delimiter, so its text is
+  // the carry at the end of the file and comes out as a last line.
+  EXPECT_EQ(Split("abc\ndef", 4, "\n"), (Lines{"abc", "def"}));
+  // Blocks "ab\r\n" and "cd": the whole CR LF lies in the block before.
+  EXPECT_EQ(Split("ab\r\ncd", 4, "\r\n"), (Lines{"ab", "cd"}));
+  // Blocks "ab<=>" and "cd", with a delimiter of three bytes.
+  EXPECT_EQ(Split("ab<=>cd", 5, "<=>"), (Lines{"ab", "cd"}));
+  // Blocks "a\nb\n", "cd\ne", "fgh": a delimiter two blocks back changes nothing.
+  EXPECT_EQ(Split("a\nb\ncd\nefgh", 4, "\n"), (Lines{"a", "b", "cd", "efgh"}));
+}
+
+TEST(Lickety, DelimiterStraddlingTheLastBoundaryDropsTheTail) {
+  // Blocks "abc\r" and "\nde": the CR LF is found only once the last block is
+  // read, so that block has a delimiter and "de" behind it goes.
+  EXPECT_EQ(Split("abc\r\nde", 4, "\r\n"), (Lines{"abc"}));
+  // Blocks "abc<" and "=>d": the same with three bytes, two of them in the last
+  // block.
+  EXPECT_EQ(Split("abc<=>d", 4, "<=>"), (Lines{"abc"}));
+  // Blocks "abc<=" and ">d": only the delimiter's last byte in the last block.
+  EXPECT_EQ(Split("abc<=>d", 5, "<=>"), (Lines{"abc"}));
+  // Blocks "ab<=", ">cde" and "fg": the delimiter straddles the boundary before
+  // the last one; the last block "fg" holds none, so "cdefg" is kept.
+  EXPECT_EQ(Split("ab<=>cdefg", 4, "<=>"), (Lines{"ab", "cdefg"}));
+}
+
 TEST(Lickety, BlockSizeNotAboveTheDelimiterIsChosen) {
   // 1 and 2 are not above the length of CR LF: 64 KiB blocks, one block only.
   EXPECT_EQ(Split("ab\r\ncd", 2, "\r\n"), (Lines{"ab"}));

@@ -4,6 +4,8 @@
 
 #include <chrono>
 #include <cmath>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <utility>
@@ -657,4 +659,63 @@ TEST(VessikCommonData, NewIsAllZero) {
   EXPECT_EQ(d.InitialSegments, 0);
 }
 
+}  // namespace vessik
+
+namespace vessik {
+namespace {
+
+std::string ReadWholeFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  EXPECT_TRUE(in.good()) << path;
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// The example drawing with the tool's default settings gives, byte for byte, the
+// text kept next to it: lines, arcs, circles, bulges, an ellipse, a spline, and a
+// block placed twice inside another.
+TEST(Parse2, ShapesExampleGivesItsExpectedText) {
+  const std::string dir = VESSIK_EXAMPLES_DIR;
+  const std::string expected = ReadWholeFile(dir + "/shapes.expected.txt");
+  Vessik_Parser parser;
+  Vessik_CommonData data;
+  data.Tolerance = 0.01;
+  data.Check = 0;
+  data.ArcMaximumDeviationFactor = 0.01;
+  data.ArcMinimumSegmentLengthFactor = 0.1;
+  data.ArcMaximumSegmentLengthFactor = 10;
+  data.InitialSegments = 4;
+  Vessik_Progress progress;
+  const std::string text = parser.Parse2(dir + "/shapes.dxf", data, progress);
+  const auto got = test::Records(text);
+  const auto want = test::Records(expected);
+  ASSERT_EQ(want.size(), 79u);
+  ASSERT_EQ(got.size(), want.size());
+  for (size_t i = 0; i < want.size(); ++i) EXPECT_EQ(got[i], want[i]) << "record " << i + 1;
+  EXPECT_TRUE(text == expected);
+
+  // A few records worked out by hand.
+  // The bottom edge, on layer CONTOUR (index 1, colour 1: red).
+  EXPECT_EQ(want[0], (std::vector<std::string>{"48", "83", "CONTOUR", "1", "255", "0", "0", "0",
+                                               "100", "0", "0", "0", "0", "0", "0", "0", "0"}));
+  // The LWPOLYLINE's bulge 1 from (60, 30) to (60, 40): centre (60, 35), radius 5,
+  // from 270 round to 90.
+  EXPECT_EQ(want[8], (std::vector<std::string>{"55", "66", "CONTOUR", "1", "255", "0", "0", "0",
+                                               "0", "0", "0", "60", "35", "0", "5", "270", "90"}));
+  // The POLYLINE's bulge tan(22.5°) from (90, 45) to (100, 55): a quarter circle
+  // about (90, 55) of radius 10, from 270 to 0.
+  EXPECT_EQ(want[12], (std::vector<std::string>{"56", "66", "CONTOUR", "1", "255", "0", "0", "0",
+                                                "0", "0", "0", "90", "55", "0", "10", "270", "0"}));
+  // The second FLANGE, at (150, 60), scale 0.5, turned by 90: its line from -10 to
+  // 10 about the base point (5, 0) becomes (150, 55) to (150, 65); layer PARTS has
+  // colour 30, (255, 128, 0).
+  EXPECT_EQ(want[76], (std::vector<std::string>{"37", "83", "PARTS", "4", "33023", "150", "55", "0",
+                                                "150", "65", "0", "0", "0", "0", "0", "0", "0"}));
+  // Its BOLT at (10, 6) of the flange: (5, 6) from the base point, halved and turned
+  // by 90, (-3, 2.5), placed at (147, 62.5); radius 2.5 × 0.5.
+  EXPECT_EQ(want[77][11], "147");
+  EXPECT_EQ(want[77][12], "62.5");
+  EXPECT_EQ(want[77][14], "1.25");
+}
+
+}  // namespace
 }  // namespace vessik

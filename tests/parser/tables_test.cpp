@@ -13,6 +13,7 @@
 #include "parser/Vessik_Error.h"
 #include "parser/Vessik_Layer.h"
 #include "parser/Vessik_Parser.h"
+#include "parser/Vessik_Utils.h"
 
 namespace vessik {
 namespace {
@@ -405,7 +406,8 @@ TEST(ParseBlocks, ExactUnsetValueInTheFileCountsAsNotSet) {
                                  {10, "7"},
                                  {0, "ENDBLK"}}));
   ASSERT_EQ(blocks.size(), 1u);
-  EXPECT_EQ(Bits(-1.79769313486231E+308), 0xFFEFFFFFFFFFFFE2ull);
+  // The text of the file reads as exactly the bits of the marker.
+  EXPECT_EQ(Bits(ParseDouble("-1.79769313486231E+308")), 0xFFEFFFFFFFFFFFE2ull);
   EXPECT_EQ(blocks[0].X, 7);
   // Still unset at "ENDBLK": 0.
   EXPECT_EQ(blocks[0].Y, 0);
@@ -518,6 +520,7 @@ TEST(VessikError, PlatformWords) {
   EXPECT_EQ(PlatformErrorText(91), "Object variable or With block variable not set");
   try {
     RaisePlatformError(13);
+    ADD_FAILURE() << "no failure raised";
   } catch (const Vessik_Error& e) {
     EXPECT_EQ(e.Number(), 13);
     EXPECT_EQ(e.Source(), "");

@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <string>
+#include <vector>
 
 #include "entities/Vessik_Ellipse.h"
 #include "geometry/Vessik_ArcGeo.h"
@@ -124,6 +128,121 @@ TEST(Ellipse, FlatRatioZeroGivesLinesWithoutFailure) {
     if (B.Shape == "LineGeo") ++lines;
   }
   EXPECT_GT(lines, 0);
+  // The flat ellipse runs along y = 20 from x = 15 to 5 and back. Its tangent is
+  // the negative X direction on the way there and the positive one on the way
+  // back, so every piece between two such points is a straight segment. Only at
+  // the two turning points, t = 0 and t = Pi, does the tangent stand upright
+  // (ArcTan2 of two zeros is 0, plus Pi / 2): the first piece of each half is a
+  // biarc that starts upwards and turns round, and its bump has to fit within the
+  // tolerance at the quarter points. That takes n = 50 pieces of 7.2 degrees.
+  ASSERT_EQ(e.BiArcs().size(), 50u);
+  EXPECT_EQ(lines, 48);
+  EXPECT_NE(e.BiArcs()[0].Shape, "LineGeo");
+  EXPECT_NE(e.BiArcs()[25].Shape, "LineGeo");
+  // Each piece ends on the line, at x = 10 + 5 cos(k × 2 Pi / 50).
+  for (size_t k = 0; k < 50; ++k) {
+    const Vessik_BiArc& B = e.BiArcs()[k];
+    EXPECT_NEAR(B.Pb.X, 10 + 5 * std::cos(static_cast<double>(k + 1) * 6.28318530717958 / 50),
+                1e-12)
+        << k;
+    EXPECT_NEAR(B.Pb.Y, 20, 1e-12) << k;
+  }
+  // 49 pieces are too few: the first piece's biarc, from t = 0 to 2 Pi / 49, misses
+  // one of its quarter points by the tolerance or more. With 50 all three are in.
+  for (int n : {49, 50}) {
+    const double t1 = 6.28318530717958 / n;
+    Vessik_BiArc B;
+    B.Pa = e.EllipsePoint(0);
+    B.Pb = e.EllipsePoint(t1);
+    B.Tana = e.EllipseTangent(0);
+    B.Tanb = e.EllipseTangent(t1);
+    B.MinR = 0.01 / 100;
+    B.Init(0, 0, nullptr);
+    double worst = 0;
+    for (int i = 1; i <= 3; ++i) {
+      worst = std::max(worst, B.get_biarc_fitting_error(e.EllipsePoint(i * t1 / 4)));
+    }
+    if (n == 49) {
+      EXPECT_GE(worst, 0.01);
+    } else {
+      EXPECT_LT(worst, 0.01);
+    }
+  }
+  // The first piece as records: an arc about (15 - r1, 20) from 0 to 135 degrees
+  // that leaves (15, 20) upwards, and one about (x1, 20 + r2) that comes down to
+  // (x1, 20) at 270 degrees, travelling to the left; x1 = 10 + 5 cos 7.2°.
+  Vessik_Layers layers;
+  const std::string first = e.BiArcs()[0].ToString(layers);
+  EXPECT_EQ(first,
+            "0\t66\tNoName\t0\t16777215\t0\t0\t0\t0\t0\t0\t14.9884522474335\t20\t0\t"
+            "0.0115477525665403\t0\t135\t\r\n"
+            "0\t66\tNoName\t0\t16777215\t0\t0\t0\t0\t0\t0\t14.9605735065724\t"
+            "20.0278787408611\t0\t0.0278787408610703\t269.999999999996\t314.999999999997\t\r\n");
+  // 52 records in all: two arcs at each turning point, 24 segments on each way.
+  const std::string text = e.Vessik_IEntity_ToString(layers);
+  size_t records = 0;
+  for (size_t p = text.find("\r\n"); p != std::string::npos; p = text.find("\r\n", p + 1)) {
+    ++records;
+  }
+  EXPECT_EQ(records, 52u);
+}
+
+// The worst miss of each piece of an n-piece pass at its quarter points 1, 2 and 3,
+// with the biarcs built from the ellipse's own points and tangents.
+std::vector<std::array<double, 3>> QuarterMisses(const Vessik_Ellipse& e, double sa, double ea,
+                                                 int n, double tol) {
+  std::vector<std::array<double, 3>> misses;
+  double t = sa;
+  for (int i = 1; i <= n; ++i) {
+    const double t1 = (ea - sa) / n + t;
+    Vessik_BiArc B;
+    B.Pa = e.EllipsePoint(t);
+    B.Pb = e.EllipsePoint(t1);
+    B.Tana = e.EllipseTangent(t);
+    B.Tanb = e.EllipseTangent(t1);
+    B.MinR = tol / 100;
+    B.Init(0, 0, nullptr);
+    std::array<double, 3> m{};
+    for (int q = 1; q <= 3; ++q) {
+      m[static_cast<size_t>(q - 1)] =
+          B.get_biarc_fitting_error(e.EllipsePoint(q * ((t1 - t) / 4) + t));
+    }
+    misses.push_back(m);
+    t = t1;
+  }
+  return misses;
+}
+
+TEST(Ellipse, EachQuarterPointCounts) {
+  // Half axes 5 and 2.5, parameters 0.3 to 2: with two pieces the first one misses
+  // only at its first quarter point, so three pieces are needed.
+  Vessik_Ellipse e = Make(5, 0, 0.5, 0.3, 2.0);
+  auto two = QuarterMisses(e, 0.3, 2.0, 2, 0.01);
+  EXPECT_GE(two[0][0], 0.01);
+  EXPECT_LT(two[0][1], 0.01);
+  EXPECT_LT(two[0][2], 0.01);
+  EXPECT_LT(std::max({two[1][0], two[1][1], two[1][2]}), 0.01);
+  for (const auto& m : QuarterMisses(e, 0.3, 2.0, 3, 0.01)) {
+    EXPECT_LT(std::max({m[0], m[1], m[2]}), 0.01);
+  }
+  e.Ellipse2Arcs(0.01);
+  EXPECT_EQ(e.BiArcs().size(), 3u);
+}
+
+TEST(Ellipse, QuarterPointsAndNotOthers) {
+  // Ratio 0.7, parameters 1 to 4, tolerance 0.1: three pieces miss at a quarter
+  // point, four fit, so the pass ends with four. Points at fifths instead of
+  // quarters would judge otherwise.
+  Vessik_Ellipse e = Make(5, 0, 0.7, 1, 4);
+  double worst3 = 0;
+  for (const auto& m : QuarterMisses(e, 1, 4, 3, 0.1))
+    worst3 = std::max({worst3, m[0], m[1], m[2]});
+  EXPECT_GE(worst3, 0.1);
+  for (const auto& m : QuarterMisses(e, 1, 4, 4, 0.1)) {
+    EXPECT_LT(std::max({m[0], m[1], m[2]}), 0.1);
+  }
+  e.Ellipse2Arcs(0.1);
+  EXPECT_EQ(e.BiArcs().size(), 4u);
 }
 
 TEST(Ellipse, NoAxisGivesEmptyOutput) {

@@ -321,10 +321,39 @@ TEST(JoinArcs, BudgetsStayWithinZeroAndTolerance) {
   const double r = Access::BudgetRising(0.5, trio, *a1, *a2);
   EXPECT_GE(r, 0);
   EXPECT_LE(r, 0.5);
+  // Worked out: A1 is the circle of radius 10 about (0, 0), A3 that of radius 12
+  // about (-c, -c) with c = (1 + sqrt 3) / 2, kept at (10, 0) and at its end. With
+  // d = 2, D = (-c, -c), D·D = 2 + sqrt 3 and nB = (-1, 0): p = 2 - sqrt 3 and
+  // q = 2 (2 - c) = 3 - sqrt 3, so Limit2 = p / q = (3 - sqrt 3) / 6 = 0.2113. It is
+  // below Limit1 = 0.2642, so a = Limit2, for which b is 0: the first arc grows to
+  // radius 10 + a about (-a, 0), the second stays on the circle of A3.
+  const double a = (3 - std::sqrt(3.0)) / 6;
+  EXPECT_NEAR(a1->O.X, -a, 1e-14);
+  EXPECT_NEAR(a1->O.Y, 0, 1e-14);
+  EXPECT_NEAR(a1->R, 10 + a, 1e-14);
+  EXPECT_NEAR(a2->O.X, -(1 + std::sqrt(3.0)) / 2, 1e-14);
+  EXPECT_NEAR(a2->O.Y, -(1 + std::sqrt(3.0)) / 2, 1e-14);
+  EXPECT_NEAR(a2->R, 12, 1e-14);
+  // The joint is where the two circles touch: on the line through both centres,
+  // 12 from the second. The budget is then g, the room left in rising; the
+  // joint lies t = 0.01725 outside the old middle circle, so h = 0.5 - t is
+  // larger. Worked out apart from the library in the same steps: 0.0331107976668790.
+  const double cx = -(1 + std::sqrt(3.0)) / 2;
+  const double ux = -a - cx;
+  const double uy = -cx;
+  const double ul = std::sqrt(ux * ux + uy * uy);
+  EXPECT_NEAR(a1->Pe.X, cx + 12 * ux / ul, 1e-12);
+  EXPECT_NEAR(a1->Pe.Y, cx + 12 * uy / ul, 1e-12);
+  EXPECT_NEAR(r, 0.0331107976668790, 1e-13);
   // A budget of 0 is still tried, with g = A2.R - B.R.
   Access::Rising(s, trio, 0, a1, a2);
   ASSERT_NE(a1, nullptr);
   EXPECT_NE(a2, nullptr);
+  // g = 1 and E = A2.O - B.O has length 1, so Limit1 = 0 and a = 0: the first arc
+  // keeps the circle of A1; the second shrinks by b = (3 - sqrt 3) / 6.
+  EXPECT_NEAR(a1->O.X, 0, 1e-14);
+  EXPECT_NEAR(a1->R, 10, 1e-14);
+  EXPECT_NEAR(a2->R, 12 - a, 1e-14);
 }
 
 TEST(JoinArcs, LineBetweenArcsResetsPointsOnly) {

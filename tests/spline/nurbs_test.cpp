@@ -102,23 +102,59 @@ TEST(Nurbs, EvaluateWithNZeroKeepsTangent) {
   EXPECT_NEAR(t, 0.0, 1e-15);
 }
 
-TEST(Nurbs, UnitWeightsMatchPlainBSpline) {
+// A quadratic with knots 0 0 0 1 2 2 2 and control points P0 to P3. On [0, 1) its
+// basis functions are (1 - u)², 2u - 1.5u² and u² / 2; the knots are symmetric about
+// 1, so on [1, 2] the same functions of 2 - u belong to P3, P2 and P1. With weights
+// of 1 the curve is the plain sum, and it lies in Z = 0 whatever the points' Z:
+//   u = 0:   P0                                   = (0, 0)
+//   u = 0.3: 0.49 P0 + 0.465 P1 + 0.045 P2        = (0.6, 1.02)
+//   u = 1:   0.5 P1 + 0.5 P2                      = (2, 2)
+//   u = 1.7: 0.045 P1 + 0.465 P2 + 0.49 P3        = (3.4, 1.02)
+//   u = 2:   the last knot is evaluated with the first span's polynomial, whose
+//            basis there is (1, -2, 2): P0 - 2 P1 + 2 P2 = (4, 0), which happens
+//            to be P3.
+TEST(Nurbs, UnitWeightsGiveThePlainBSplinePoints) {
   std::vector<Vessik_Point> pts{{0, 0, 7}, {1, 2, 7}, {3, 2, 7}, {4, 0, 7}};
   Vessik_Nurbs n;
   n.Init(2, {0, 0, 0, 1, 2, 2, 2}, {1, 1, 1, 1}, pts);
   n.CheckParameters(0.01, 0);
-  Vessik_BSpline b;
-  std::vector<Vessik_Point> plain{{0, 0, 1}, {1, 2, 1}, {3, 2, 1}, {4, 0, 1}};
-  b.Init(2, {0, 0, 0, 1, 2, 2, 2}, plain);
-  for (double u : {0.0, 0.3, 1.0, 1.7}) {
+  const struct {
+    double u, x, y;
+  } expected[] = {{0, 0, 0}, {0.3, 0.6, 1.02}, {1, 2, 2}, {1.7, 3.4, 1.02}, {2, 4, 0}};
+  for (const auto& e : expected) {
     Vessik_Point P;
     double t = 0;
-    n.Evaluate(0, u, P, t);
-    const Vessik_Array2D& ck = b.bspline_ders_evaluate(0, u);
-    EXPECT_EQ(P.X, ck(0, 0) / ck(0, 2));
-    EXPECT_EQ(P.Y, ck(0, 1) / ck(0, 2));
-    EXPECT_EQ(P.Z, 0.0);
+    n.Evaluate(0, e.u, P, t);
+    EXPECT_NEAR(P.X, e.x, 1e-14) << e.u;
+    EXPECT_NEAR(P.Y, e.y, 1e-14) << e.u;
+    EXPECT_EQ(P.Z, 0.0) << e.u;
   }
+}
+
+// The same curve with the weight of P1 raised to 2: at u = 0.3 the weighted basis
+// is 0.49, 0.93, 0.045, which adds up to 1.465, and the point is
+// (0.93 P1 + 0.045 P2) / 1.465 = (1.065, 1.95) / 1.465.
+TEST(Nurbs, WeightPullsTheCurveTowardsItsPoint) {
+  std::vector<Vessik_Point> pts{{0, 0, 0}, {1, 2, 0}, {3, 2, 0}, {4, 0, 0}};
+  Vessik_Nurbs n;
+  n.Init(2, {0, 0, 0, 1, 2, 2, 2}, {1, 2, 1, 1}, pts);
+  n.CheckParameters(0.01, 0);
+  Vessik_Point P;
+  double t = 0;
+  n.Evaluate(0, 0.3, P, t);
+  EXPECT_NEAR(P.X, 1.065 / 1.465, 1e-14);
+  EXPECT_NEAR(P.Y, 1.95 / 1.465, 1e-14);
+  // At the start the curve still passes through P0.
+  n.Evaluate(0, 0, P, t);
+  EXPECT_NEAR(P.X, 0, 1e-15);
+  EXPECT_NEAR(P.Y, 0, 1e-15);
+  // At the last knot the first span's polynomial stands in, with the basis
+  // (1, -2, 2): the weighted sum (0, 0) - 4 P1 + 2 P2 = (2, -4) over the weight
+  // 1 - 4 + 2 = -1 gives (-2, 4), far from P3. With weights of 1 the same
+  // extrapolation lands on P3 by chance (see above).
+  n.Evaluate(0, 2, P, t);
+  EXPECT_NEAR(P.X, -2, 1e-14);
+  EXPECT_NEAR(P.Y, 4, 1e-14);
 }
 
 TEST(Nurbs, RationalQuarterCircleLiesOnCircle) {
