@@ -320,6 +320,18 @@ TEST(DoubleToText, FifteenDigitRounding) {
   EXPECT_EQ(DoubleToText(std::numeric_limits<double>::denorm_min()), "4.94065645841247E-324");
 }
 
+TEST(DoubleToText, FifteenDigitTiesRoundToEven) {
+  // Binary fractions with sixteen significant digits ending in 5 lie exactly
+  // half-way between two fifteen-digit numbers: the even one is taken.
+  EXPECT_EQ(DoubleToText(12345678901234.25), "12345678901234.2");
+  EXPECT_EQ(DoubleToText(12345678901234.75), "12345678901234.8");
+  EXPECT_EQ(DoubleToText(-12345678901234.25), "-12345678901234.2");
+  EXPECT_EQ(DoubleToText(1234567890123.125), "1234567890123.12");
+  EXPECT_EQ(DoubleToText(1234567890123.375), "1234567890123.38");
+  // Just off the half-way point the nearer one is taken.
+  EXPECT_EQ(DoubleToText(12345678901234.251953125), "12345678901234.3");
+}
+
 TEST(DoubleToText, ExponentForm) {
   EXPECT_EQ(DoubleToText(1E+20), "1E+20");
   EXPECT_EQ(DoubleToText(0.00001), "1E-05");
