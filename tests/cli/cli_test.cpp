@@ -176,78 +176,160 @@ TEST_F(CliTest, EverySettingReachesTheParse) {
              Expected(kShapes, d));
 }
 
-// A drawing on which every setting counts: arcs deformed by a non-uniform scale,
-// an ellipse, and a spline with a corner at an inner knot.
-std::string SettingsDrawing() {
-  std::vector<std::pair<int, std::string>> e{{0, "INSERT"},
-                                             {5, "30"},
-                                             {8, "0"},
-                                             {2, "HOLE"},
-                                             {10, "50"},
-                                             {20, "0"},
-                                             {41, "3"},
-                                             {42, "1"},
-                                             {43, "1"},
-                                             {0, "ELLIPSE"},
-                                             {5, "31"},
-                                             {8, "0"},
-                                             {10, "0"},
-                                             {20, "40"},
-                                             {11, "30"},
-                                             {21, "10"},
-                                             {40, "0.3"},
-                                             {41, "0"},
-                                             {42, "6.283185307179586"},
-                                             {0, "SPLINE"},
-                                             {5, "32"},
-                                             {8, "0"},
-                                             {70, "8"},
-                                             {71, "3"},
-                                             {72, "11"},
-                                             {73, "7"}};
-  for (const char* k : {"0", "0", "0", "0", "1", "1", "1", "2", "2", "2", "2"})
-    e.push_back({40, k});
+// The record text of the rows: columns apart by spaces here, by TABs in the
+// output, every row ending in TAB CR LF.
+std::string Rows(const std::vector<std::string>& rows) {
+  std::string text;
+  for (const std::string& row : rows) {
+    for (char c : row) text += c == ' ' ? '\t' : c;
+    text += "\t\r\n";
+  }
+  return text;
+}
+
+// A quadratic spline of two straight pieces meeting in a right angle at the inner
+// knot 1, of full multiplicity: (0,0) to (10,0), then up to (10,10). Only the
+// spline settings reach it.
+std::string CornerSpline() {
+  std::vector<std::pair<int, std::string>> e{{0, "SPLINE"}, {5, "50"}, {8, "0"}, {70, "8"},
+                                             {71, "2"},     {72, "9"}, {73, "6"}};
+  for (const char* k : {"0", "0", "0", "1", "1", "1", "2", "2", "2"}) e.push_back({40, k});
   const std::vector<std::pair<const char*, const char*>> points{
-      {"0", "0"},   {"10", "30"},  {"20", "-10"}, {"40", "20"},
-      {"60", "50"}, {"70", "-20"}, {"90", "0"}};
+      {"0", "0"}, {"5", "0"}, {"10", "0"}, {"10", "0"}, {"10", "5"}, {"10", "10"}};
   for (const auto& [x, y] : points) {
     e.push_back({10, x});
     e.push_back({20, y});
     e.push_back({30, "0"});
   }
-  return test::Drawing(
-      e, {{"0", 7}},
-      {{0, "BLOCK"}, {2, "HOLE"}, {10, "0"}, {20, "0"}, {30, "0"},   {0, "CIRCLE"}, {5, "21"},
-       {8, "0"},     {10, "0"},   {20, "0"}, {40, "5"}, {0, "ARC"},  {5, "22"},     {8, "0"},
-       {10, "0"},    {20, "0"},   {40, "8"}, {50, "0"}, {51, "200"}, {0, "ENDBLK"}});
+  return test::Drawing(e, {{"0", 7}});
 }
 
-TEST_F(CliTest, EachFlagSetsItsOwnSetting) {
-  test::TempFile f(SettingsDrawing());
-  struct Variation {
-    const char* flag;
-    const char* value;
-    void (*apply)(Vessik_CommonData&);
-  };
-  const Variation variations[] = {
-      {"--tolerance", "0.2", [](Vessik_CommonData& d) { d.Tolerance = 0.2; }},
-      {"--check", "1", [](Vessik_CommonData& d) { d.Check = 1; }},
-      {"--arc-max-deviation", "0.5",
-       [](Vessik_CommonData& d) { d.ArcMaximumDeviationFactor = 0.5; }},
-      {"--arc-min-segment-length", "6",
-       [](Vessik_CommonData& d) { d.ArcMinimumSegmentLengthFactor = 6; }},
-      {"--arc-max-segment-length", "0.3",
-       [](Vessik_CommonData& d) { d.ArcMaximumSegmentLengthFactor = 0.3; }},
-      {"--initial-segments", "9", [](Vessik_CommonData& d) { d.InitialSegments = 9; }},
-  };
-  const ToolRun defaults = Expected(f.Path(), DefaultSettings());
-  ExpectSame(RunTool({f.Path()}), defaults);
-  for (const Variation& v : variations) {
-    SCOPED_TRACE(v.flag);
-    Vessik_CommonData d = DefaultSettings();
-    v.apply(d);
-    ExpectSame(RunTool({v.flag, v.value, f.Path()}), Expected(f.Path(), d));
-  }
+// An arc of radius 10 from 0 to 20 degrees in a block placed with X scale 2: the
+// scale deforms it, so it is cut into segments and only the three arc settings
+// reach it. Its length is 3.49; with the defaults the sagitta of 0.01 asks for 4
+// steps of 5 degrees.
+std::string StretchedArc() {
+  return test::Drawing({{0, "INSERT"},
+                        {5, "30"},
+                        {8, "0"},
+                        {2, "B"},
+                        {10, "0"},
+                        {20, "0"},
+                        {41, "2"},
+                        {42, "1"},
+                        {43, "1"}},
+                       {{"0", 7}},
+                       {{0, "BLOCK"},
+                        {2, "B"},
+                        {10, "0"},
+                        {20, "0"},
+                        {30, "0"},
+                        {0, "ARC"},
+                        {5, "21"},
+                        {8, "0"},
+                        {10, "0"},
+                        {20, "0"},
+                        {40, "10"},
+                        {50, "0"},
+                        {51, "20"},
+                        {0, "ENDBLK"}});
+}
+
+// The corner spline with the defaults: the march ends its pieces 1E-9 inside the
+// knot range, and the two straight pieces are joined across the corner into one
+// segment to just behind it, since the corner lies within the tolerance of it.
+const std::vector<std::string> kCornerDefault{
+    "80 83 0 0 16777215 1E-08 0 0 10 1.00000008274037E-08 0 0 0 0 0 0 0",
+    "80 83 0 0 16777215 10 1.00000008274037E-08 0 10 9.99999999 0 0 0 0 0 0 0"};
+
+// The stretched arc with the defaults: 4 steps of 5 degrees, X doubled.
+const std::vector<std::string> kArcDefault{
+    "33 83 0 0 16777215 20 0 0 19.9238939618349 0.871557427476581 0 0 0 0 0 0 0",
+    "33 83 0 0 16777215 19.9238939618349 0.871557427476581 0 19.6961550602442 "
+    "1.7364817766693 0 0 0 0 0 0 0",
+    "33 83 0 0 16777215 19.6961550602442 1.7364817766693 0 19.3185165257814 "
+    "2.58819045102521 0 0 0 0 0 0 0",
+    "33 83 0 0 16777215 19.3185165257814 2.58819045102521 0 18.7938524157182 "
+    "3.42020143325668 0 0 0 0 0 0 0"};
+
+// Runs the tool on the drawing with and without the flag, and holds both texts to
+// the exact records (and to Parse2 with the one setting changed).
+void ExpectFlagText(const std::string& drawing, const std::vector<std::string>& defaults,
+                    const char* flag, const char* value, void (*apply)(Vessik_CommonData&),
+                    const std::vector<std::string>& flagged) {
+  test::TempFile f(drawing);
+  const ToolRun plain = RunTool({f.Path()});
+  EXPECT_EQ(plain.exitStatus, 0);
+  EXPECT_EQ(plain.err, "");
+  EXPECT_EQ(plain.out, Rows(defaults));
+  const ToolRun run = RunTool({flag, value, f.Path()});
+  EXPECT_EQ(run.exitStatus, 0);
+  EXPECT_EQ(run.err, "");
+  EXPECT_EQ(run.out, Rows(flagged));
+  EXPECT_NE(run.out, plain.out);
+  Vessik_CommonData d = DefaultSettings();
+  apply(d);
+  ExpectSame(run, Expected(f.Path(), d));
+}
+
+TEST_F(CliTest, ToleranceFlag) {
+  // A tolerance of 5 takes the corner (10, 0) into the joined segment, which now
+  // runs to the end of the next fitted piece, (10, 5).
+  ExpectFlagText(CornerSpline(), kCornerDefault, "--tolerance", "5",
+                 [](Vessik_CommonData& d) { d.Tolerance = 5; },
+                 {"80 83 0 0 16777215 1E-08 0 0 10 5.00000001 0 0 0 0 0 0 0",
+                  "80 83 0 0 16777215 10 5.00000001 0 10 9.99999999 0 0 0 0 0 0 0"});
+}
+
+TEST_F(CliTest, CheckFlag) {
+  // Check 1 cuts the spline at the corner: each straight piece is fitted alone and
+  // the first one ends 1E-9 before the knot, on the X axis.
+  ExpectFlagText(CornerSpline(), kCornerDefault, "--check", "1",
+                 [](Vessik_CommonData& d) { d.Check = 1; },
+                 {"80 83 0 0 16777215 1E-08 0 0 9.99999999 0 0 0 0 0 0 0 0",
+                  "80 83 0 0 16777215 10 1.00000008274037E-08 0 10 9.99999999 0 0 0 0 0 0 0"});
+}
+
+TEST_F(CliTest, InitialSegmentsFlag) {
+  // Steps of at most 2/3 of the knot range instead of 2/4 meet the corner
+  // elsewhere: it is rounded by a small arc between the two segments.
+  ExpectFlagText(CornerSpline(), kCornerDefault, "--initial-segments", "3",
+                 [](Vessik_CommonData& d) { d.InitialSegments = 3; },
+                 {"80 83 0 0 16777215 1E-08 0 0 9.99663416346591 0 0 0 0 0 0 0 0",
+                  "80 83 0 0 16777215 10 0.000210346451676724 0 10 9.99999999 0 0 0 0 0 0 0",
+                  "80 66 0 0 16777215 0 0 0 0 0 0 9.99663416346591 0.0523295850228554 0 "
+                  "0.0523295850228554 270 273.576023533184"});
+}
+
+TEST_F(CliTest, ArcMaxDeviationFlag) {
+  // A sagitta of 1 allows a chord of 8.7, longer than the whole arc: one segment.
+  ExpectFlagText(StretchedArc(), kArcDefault, "--arc-max-deviation", "1",
+                 [](Vessik_CommonData& d) { d.ArcMaximumDeviationFactor = 1; },
+                 {"33 83 0 0 16777215 20 0 0 18.7938524157182 3.42020143325668 0 0 0 0 0 0 0"});
+}
+
+TEST_F(CliTest, ArcMinSegmentLengthFlag) {
+  // Segments no shorter than 2 on an arc of length 3.49: at most 2 of 10 degrees.
+  ExpectFlagText(StretchedArc(), kArcDefault, "--arc-min-segment-length", "2",
+                 [](Vessik_CommonData& d) { d.ArcMinimumSegmentLengthFactor = 2; },
+                 {"33 83 0 0 16777215 20 0 0 19.6961550602442 1.7364817766693 0 0 0 0 0 0 0",
+                  "33 83 0 0 16777215 19.6961550602442 1.7364817766693 0 18.7938524157182 "
+                  "3.42020143325668 0 0 0 0 0 0 0"});
+}
+
+TEST_F(CliTest, ArcMaxSegmentLengthFlag) {
+  // Segments no longer than 0.7: 3.49 / 0.7 rounds to at least 5 steps of 4 degrees.
+  ExpectFlagText(StretchedArc(), kArcDefault, "--arc-max-segment-length", "0.7",
+                 [](Vessik_CommonData& d) { d.ArcMaximumSegmentLengthFactor = 0.7; },
+                 {"33 83 0 0 16777215 20 0 0 19.9512810051965 0.697564737441252 0 0 0 0 0 0 0",
+                  "33 83 0 0 16777215 19.9512810051965 0.697564737441252 0 19.8053613748314 "
+                  "1.39173100960065 0 0 0 0 0 0 0",
+                  "33 83 0 0 16777215 19.8053613748314 1.39173100960065 0 19.5629520146761 "
+                  "2.07911690817759 0 0 0 0 0 0 0",
+                  "33 83 0 0 16777215 19.5629520146761 2.07911690817759 0 19.2252339187664 "
+                  "2.75637355816999 0 0 0 0 0 0 0",
+                  "33 83 0 0 16777215 19.2252339187664 2.75637355816999 0 18.7938524157182 "
+                  "3.42020143325668 0 0 0 0 0 0 0"});
 }
 
 TEST_F(CliTest, ZeroSettingsAreAccepted) {

@@ -221,7 +221,8 @@ TEST(Polyline, FlagBitZeroCloses) {
   for (const char* closes : {"1", "9", "129", " 1 "}) {
     EXPECT_EQ(Records(ParseDrawing(Poly(closes, v))).size(), 3u) << closes;
   }
-  for (const char* open : {"8", "0", "40000", "abc"}) {
+  // Only bit 0 closes: 2 (curve fit), 4, 6 and 130 leave the polyline open.
+  for (const char* open : {"8", "0", "40000", "abc", "2", "4", "6", "130"}) {
     EXPECT_EQ(Records(ParseDrawing(Poly(open, v))).size(), 2u) << open;
   }
 }

@@ -165,6 +165,22 @@ TEST(ParseDouble, CorrectlyRounded) {
   EXPECT_EQ(ParseDouble(std::string(100, '1')), 1.1111111111111111e99);
 }
 
+TEST(ParseDouble, SixteenDigitDecimalsAreCorrectlyRounded) {
+  // Up to 15 digits the digits and the power of ten are both exact doubles and
+  // their quotient is the correctly rounded value. Sixteen digits can exceed 2^53:
+  // rounding them to a double first and dividing then rounds twice, and these
+  // values come out one unit in the last place off that way.
+  EXPECT_EQ(ParseDouble("9.513282814504773"), 9.513282814504773);
+  EXPECT_EQ(ParseDouble("9999.383683404875"), 9999.383683404875);
+  EXPECT_EQ(ParseDouble("-92696.28426007691"), -92696.28426007691);
+  EXPECT_EQ(ParseDouble("990997441.4579967"), 990997441.4579967);
+  EXPECT_EQ(ReadNumber("984390.6647860465", false), 984390.6647860465);
+  // Fifteen digits take the short way, with the same result.
+  EXPECT_EQ(ParseDouble("9.51328281450477"), 9.51328281450477);
+  EXPECT_EQ(ParseDouble("999999999999999"), 999999999999999.0);
+  EXPECT_EQ(ParseDouble("0.000000000000001"), 1e-15);
+}
+
 TEST(ParseDouble, IndependentOfTheLocale) {
   const char* candidates[] = {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "de_DE", "C.UTF-8"};
   std::string saved = std::setlocale(LC_NUMERIC, nullptr);
@@ -302,6 +318,18 @@ TEST(DoubleToText, FifteenDigitRounding) {
   EXPECT_EQ(DoubleToText(0.1234567890123456), "0.123456789012346");
   EXPECT_EQ(DoubleToText(std::numeric_limits<double>::max()), "1.79769313486232E+308");
   EXPECT_EQ(DoubleToText(std::numeric_limits<double>::denorm_min()), "4.94065645841247E-324");
+}
+
+TEST(DoubleToText, FifteenDigitTiesRoundToEven) {
+  // Binary fractions with sixteen significant digits ending in 5 lie exactly
+  // half-way between two fifteen-digit numbers: the even one is taken.
+  EXPECT_EQ(DoubleToText(12345678901234.25), "12345678901234.2");
+  EXPECT_EQ(DoubleToText(12345678901234.75), "12345678901234.8");
+  EXPECT_EQ(DoubleToText(-12345678901234.25), "-12345678901234.2");
+  EXPECT_EQ(DoubleToText(1234567890123.125), "1234567890123.12");
+  EXPECT_EQ(DoubleToText(1234567890123.375), "1234567890123.38");
+  // Just off the half-way point the nearer one is taken.
+  EXPECT_EQ(DoubleToText(12345678901234.251953125), "12345678901234.3");
 }
 
 TEST(DoubleToText, ExponentForm) {

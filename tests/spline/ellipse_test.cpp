@@ -313,6 +313,17 @@ TEST(Ellipse, QuarterPointsLieWithinTolerance) {
   }
 }
 
+TEST(Ellipse, PieceCountOfAQuarterEllipse) {
+  // Semi-axes 8 and 4, a quarter. Each piece is tested at a quarter, half and
+  // three quarters of its parameter range; the count grows from 2 until all pass.
+  Vessik_Ellipse e = Make(8, 0, 0.5, 0, 1.5707963267949);
+  e.Ellipse2Arcs(0.01);
+  EXPECT_EQ(e.BiArcs().size(), 3u);
+  Vessik_Ellipse fine = Make(8, 0, 0.5, 0, 1.5707963267949);
+  fine.Ellipse2Arcs(0.001);
+  EXPECT_EQ(fine.BiArcs().size(), 6u);
+}
+
 TEST(Ellipse, TangentIsDirectionOfIncreasingParameter) {
   Vessik_Ellipse e = Make(5, 0, 0.5, 0, 1);
   EXPECT_DOUBLE_EQ(e.EllipseTangent(0), Pi / 2);

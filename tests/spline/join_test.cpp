@@ -180,6 +180,28 @@ TEST(JoinArcs, RisingChainJoinsIntoTwo) {
   EXPECT_EQ(Access::JoinArcs(s, l).Count(), 2);
 }
 
+TEST(JoinArcs, FirstTwoRadiiEqualStillRise) {
+  // Radii 10, 10, 12 do not fall, and equal neighbours count as rising: the trio
+  // is joined into two arcs from the first start to the last end, the first of a
+  // radius above 10. (Left alone, the first two would merge into one arc of
+  // radius 10 on their shared circle.)
+  Vessik_Spline s = WithTolerance(0.5);
+  Access::GeoList l = Chain(10, 10, 12);
+  Access::ArcList trio = TrioOf(l);
+  std::shared_ptr<Vessik_ArcGeo> a1;
+  std::shared_ptr<Vessik_ArcGeo> a2;
+  Access::Rising(s, trio, 0.5, a1, a2);
+  ASSERT_NE(a1, nullptr);
+  ASSERT_NE(a2, nullptr);
+  Access::GeoList out = Access::JoinArcs(s, l);
+  ASSERT_EQ(out.Count(), 2);
+  EXPECT_EQ(out.Item(1).Arc()->R, a1->R);
+  EXPECT_EQ(out.Item(2).Arc()->R, a2->R);
+  EXPECT_GT(out.Item(1).Arc()->R, 10);
+  EXPECT_EQ(a1->Pa.X, trio.Item(1)->Pa.X);
+  EXPECT_EQ(a2->Pe.X, trio.Item(3)->Pe.X);
+}
+
 TEST(JoinArcs, RadiusUpAndDownIsNotJoined) {
   Vessik_Spline s = WithTolerance(0.01);
   Access::GeoList l;

@@ -44,6 +44,48 @@ TEST(Nurbs, KnotCheckSmoothJointRecordsNothing) {
   EXPECT_EQ(n.knt_m_change.Count(), 0);
 }
 
+TEST(Nurbs, KnotCheckFindsAJumpOfAHundredthOfARadian) {
+  Vessik_Nurbs n;
+  // Two straight pieces: along X, then rising by 0.01 per unit, a turn of
+  // atan(0.01) = 0.0099997 radians at the knot, far above the 1E-6 that counts.
+  std::vector<Vessik_Point> pts{{0, 0, 0}, {1, 0, 0},    {2, 0, 0},    {3, 0, 0},
+                                {3, 0, 0}, {4, 0.01, 0}, {5, 0.02, 0}, {6, 0.03, 0}};
+  n.Init(3, TwoSegmentKnots(), std::vector<double>(8, 1.0), pts);
+  n.CheckParameters(0.01, 1);
+  ASSERT_EQ(n.knt_m_change.Count(), 1);
+  EXPECT_EQ(n.knt_m_change.Item(1), 1.0);
+}
+
+TEST(Nurbs, KnotCheckPassesOverATurnBelowTheLimit) {
+  Vessik_Nurbs n;
+  // The second piece rises by 1E-8 per unit: a turn of 1E-8 radians, below 1E-6.
+  std::vector<Vessik_Point> pts{{0, 0, 0}, {1, 0, 0},    {2, 0, 0},    {3, 0, 0},
+                                {3, 0, 0}, {4, 1e-8, 0}, {5, 2e-8, 0}, {6, 3e-8, 0}};
+  n.Init(3, TwoSegmentKnots(), std::vector<double>(8, 1.0), pts);
+  n.CheckParameters(0.01, 1);
+  EXPECT_EQ(n.knt_m_change.Count(), 0);
+}
+
+TEST(Nurbs, KnotOfMultiplicityDegreeIsNotExamined) {
+  Vessik_Nurbs n;
+  // Inner knot 1 three times for a cubic: the curve passes through (3, 0) and
+  // turns a right angle there, but only a knot of multiplicity Degree + 1 is
+  // looked at.
+  std::vector<Vessik_Point> pts{{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {3, 0, 0},
+                                {3, 1, 0}, {3, 2, 0}, {3, 3, 0}};
+  n.Init(3, {0, 0, 0, 0, 1, 1, 1, 2, 2, 2, 2}, std::vector<double>(7, 1.0), pts);
+  n.CheckParameters(0.01, 1);
+  EXPECT_EQ(n.knt_m_change.Count(), 0);
+  // The same turn at a knot of multiplicity 4 is found.
+  Vessik_Nurbs m;
+  std::vector<Vessik_Point> pts4{{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {3, 0, 0},
+                                 {3, 0, 0}, {3, 1, 0}, {3, 2, 0}, {3, 3, 0}};
+  m.Init(3, TwoSegmentKnots(), std::vector<double>(8, 1.0), pts4);
+  m.CheckParameters(0.01, 1);
+  ASSERT_EQ(m.knt_m_change.Count(), 1);
+  EXPECT_EQ(m.knt_m_change.Item(1), 1.0);
+}
+
 TEST(Nurbs, KnotOfMultiplicityDegreePlusTwoIsPassedOver) {
   Vessik_Nurbs n;
   // Inner knot 1 five times for a cubic.
