@@ -119,10 +119,23 @@ mkdir -p "$src" "$logs"
 
 echo "== copying $repo to $src" >&2
 # Tracked files and new files not ignored, as they stand in the working tree.
+incoming="$work/incoming"
+rm -rf "$incoming"
+mkdir -p "$incoming"
 (cd "$repo" && git ls-files -z --cached --others --exclude-standard |
   while IFS= read -r -d '' f; do
     if [[ -f "$f" && "$f" != build/* ]]; then printf '%s\0' "$f"; fi
-  done | tar --null -cf - -T -) | tar -xf - -C "$src"
+  done | tar --null -cf - -T -) | tar -xf - -C "$incoming"
+# Only the files that differ are written, with a new time stamp: a reused
+# scratch folder then rebuilds what changed, and a file never goes back to an
+# older time stamp than the objects built from a mutant of it.
+(cd "$incoming" && find . -type f -print0) | while IFS= read -r -d '' f; do
+  if ! cmp -s "$incoming/$f" "$src/$f"; then
+    mkdir -p "$(dirname "$src/$f")"
+    cp "$incoming/$f" "$src/$f"
+  fi
+done
+rm -rf "$incoming"
 
 echo "== configuring and building (release) in $build" >&2
 cmake -S "$src" -B "$build" -G "Unix Makefiles" -DCMAKE_BUILD_TYPE=Release \
@@ -170,11 +183,14 @@ killed=0
 survived=0
 other=0
 number=0
+run=0
 while IFS= read -r line || [[ -n "$line" ]]; do
   [[ -z "$line" || "$line" == \#* ]] && continue
-  if [[ -n "$match" ]] && ! grep -qE -- "$match" <<<"$line"; then continue; fi
-  IFS=$'\t' read -r path expression description <<<"$line"
+  # Numbered by place in the list, whether or not --match selects it.
   number=$((number + 1))
+  if [[ -n "$match" ]] && ! grep -qE -- "$match" <<<"$line"; then continue; fi
+  run=$((run + 1))
+  IFS=$'\t' read -r path expression description <<<"$line"
   label="$path: $description"
   file="$src/$path"
   echo "== [$number] $label" >&2
@@ -224,7 +240,7 @@ table() {
     printf '%-4s %-90s %-13s %s\n' "$n" "$label" "$verdict" "$killers"
   done
   printf '\n%d mutations: %d killed, %d survived, %d not applied or not built\n' \
-    "$number" "$killed" "$survived" "$other"
+    "$run" "$killed" "$survived" "$other"
 }
 table
 if [[ -n "$out_file" ]]; then table >"$out_file"; fi
