@@ -17,6 +17,7 @@
 
 #include "parser/parser.h"
 #include "support/Corpus.h"
+#include "support/Settings.h"
 #include "support/TestSupport.h"
 
 extern char** environ;
@@ -107,18 +108,6 @@ std::string ErrorLine(int32_t number, const std::string& description) {
   return "vessik: error " + std::to_string(number) + " (0x" + hex + "): " + description + "\n";
 }
 
-// The settings the tool uses when no flag is given.
-Vessik_CommonData DefaultSettings() {
-  Vessik_CommonData d;
-  d.Tolerance = 0.01;
-  d.Check = 0;
-  d.ArcMaximumDeviationFactor = 0.01;
-  d.ArcMinimumSegmentLengthFactor = 0.1;
-  d.ArcMaximumSegmentLengthFactor = 10;
-  d.InitialSegments = 4;
-  return d;
-}
-
 // What the tool must do for this drawing and these settings, worked out in
 // process: the text and exit 0, or the failure line and exit 1.
 ToolRun Expected(const std::string& path, Vessik_CommonData settings, bool layers = false) {
@@ -159,7 +148,7 @@ class CliTest : public ::testing::Test {
 };
 
 TEST_F(CliTest, ShapesWithDefaultsIsParse2Text) {
-  ExpectSame(RunTool({kShapes}), Expected(kShapes, DefaultSettings()));
+  ExpectSame(RunTool({kShapes}), Expected(kShapes, test::ToolDefaults()));
 }
 
 TEST_F(CliTest, EverySettingReachesTheParse) {
@@ -267,7 +256,7 @@ void ExpectFlagText(const std::string& drawing, const std::vector<std::string>& 
   EXPECT_EQ(run.err, "");
   EXPECT_EQ(run.out, Rows(flagged));
   EXPECT_NE(run.out, plain.out);
-  Vessik_CommonData d = DefaultSettings();
+  Vessik_CommonData d = test::ToolDefaults();
   apply(d);
   ExpectSame(run, Expected(f.Path(), d));
 }
@@ -368,7 +357,7 @@ TEST_F(CliTest, ZeroSettingsAreAccepted) {
 }
 
 TEST_F(CliTest, NegativeAndExponentValuesAreAccepted) {
-  Vessik_CommonData d = DefaultSettings();
+  Vessik_CommonData d = test::ToolDefaults();
   d.Tolerance = 0.002;
   d.Check = -1;
   d.ArcMaximumSegmentLengthFactor = -2.5;
@@ -381,7 +370,7 @@ TEST_F(CliTest, OutputFileHoldsTheTextAndStdoutStaysEmpty) {
   TempDir dir;
   const std::string out = dir.File("out.txt");
   ToolRun run = RunTool({"-o", out, kShapes});
-  ToolRun expected = Expected(kShapes, DefaultSettings());
+  ToolRun expected = Expected(kShapes, test::ToolDefaults());
   EXPECT_EQ(run.exitStatus, 0);
   EXPECT_EQ(run.out, "");
   EXPECT_EQ(run.err, "");
@@ -417,7 +406,7 @@ TEST_F(CliTest, LayersOfShapes) {
             "HOLES\t5\t16711680\n"
             "CURVES\t3\t65280\n"
             "PARTS\t30\t33023\n");
-  ExpectSame(run, Expected(kShapes, DefaultSettings(), true));
+  ExpectSame(run, Expected(kShapes, test::ToolDefaults(), true));
 }
 
 TEST_F(CliTest, LayersIncludeThoseAddedByEntities) {
@@ -426,7 +415,7 @@ TEST_F(CliTest, LayersIncludeThoseAddedByEntities) {
   ToolRun run = RunTool({"--layers", f.Path()});
   EXPECT_EQ(run.exitStatus, 0);
   EXPECT_EQ(run.out, "0\t7\t16777215\nWALLS\t-3\t65280\nEXTRA\t7\t16777215\n");
-  ExpectSame(run, Expected(f.Path(), DefaultSettings(), true));
+  ExpectSame(run, Expected(f.Path(), test::ToolDefaults(), true));
 }
 
 TEST_F(CliTest, LayersWithOutputFile) {
@@ -435,7 +424,7 @@ TEST_F(CliTest, LayersWithOutputFile) {
   ToolRun run = RunTool({"--layers", "-o", out, kShapes});
   EXPECT_EQ(run.exitStatus, 0);
   EXPECT_EQ(run.out, "");
-  EXPECT_EQ(ReadFile(out), Expected(kShapes, DefaultSettings(), true).out);
+  EXPECT_EQ(ReadFile(out), Expected(kShapes, test::ToolDefaults(), true).out);
 }
 
 TEST_F(CliTest, ProgressValuesOfAnEmptyEntitiesSection) {
@@ -448,7 +437,7 @@ TEST_F(CliTest, ProgressValuesOfAnEmptyEntitiesSection) {
 
 TEST_F(CliTest, ProgressValuesAreThoseOfTheEvent) {
   Vessik_Parser parser;
-  Vessik_CommonData settings = DefaultSettings();
+  Vessik_CommonData settings = test::ToolDefaults();
   Vessik_Progress progress;
   std::string values;
   progress.Connect([&](int32_t v) { values += std::to_string(v) + "\n"; });
@@ -507,7 +496,7 @@ TEST_F(CliTest, TextAsEntityColour) {
   test::TempFile f(test::Drawing(
       {{0, "LINE"}, {5, "2A"}, {8, "0"}, {62, "red"}, {10, "0"}, {20, "0"}, {11, "1"}, {21, "1"}},
       {{"0", 7}}));
-  const ToolRun expected = Expected(f.Path(), DefaultSettings());
+  const ToolRun expected = Expected(f.Path(), test::ToolDefaults());
   ExpectSame(RunTool({f.Path()}), expected);
   EXPECT_EQ(expected.exitStatus, 1);
   EXPECT_EQ(expected.err, "vessik: error 13 (0x0000000D): Type mismatch\n");
@@ -515,11 +504,11 @@ TEST_F(CliTest, TextAsEntityColour) {
 
 TEST_F(CliTest, EmptyFileAndFolderFailAsParse2Does) {
   test::TempFile empty("", "empty.dxf");
-  ExpectSame(RunTool({empty.Path()}), Expected(empty.Path(), DefaultSettings()));
+  ExpectSame(RunTool({empty.Path()}), Expected(empty.Path(), test::ToolDefaults()));
   TempDir dir;
   std::filesystem::create_directories(dir.File("folder.dxf"));
   const ToolRun folder = RunTool({dir.File("folder.dxf")});
-  ExpectSame(folder, Expected(dir.File("folder.dxf"), DefaultSettings()));
+  ExpectSame(folder, Expected(dir.File("folder.dxf"), test::ToolDefaults()));
   EXPECT_EQ(folder.exitStatus, 1);
 }
 
@@ -552,7 +541,7 @@ TEST_F(CliTest, CarriageReturnsPassUnchanged) {
   test::TempFile f(text);
   const ToolRun run = RunTool({"--layers", f.Path()});
   EXPECT_EQ(run.exitStatus, 0);
-  ExpectSame(run, Expected(f.Path(), DefaultSettings(), true));
+  ExpectSame(run, Expected(f.Path(), test::ToolDefaults(), true));
 }
 
 TEST_F(CliTest, HelpNamesEveryOption) {

@@ -15,6 +15,8 @@
 #include <string>
 #include <vector>
 
+#include "support/Settings.h"
+
 namespace vessik {
 namespace {
 

@@ -1,6 +1,7 @@
 // Helpers of the entity tests: a drawing through Parse2, with the progress values.
 #pragma once
 
+#include <array>
 #include <string>
 #include <utility>
 #include <vector>
@@ -57,6 +58,35 @@ inline Pairs Concat(std::initializer_list<Pairs> parts) {
   Pairs all;
   for (const Pairs& p : parts) all.insert(all.end(), p.begin(), p.end());
   return all;
+}
+
+// An LWPOLYLINE on layer 0 with flag 70 and (x, y, bulge) vertices.
+inline Pairs Lw(const std::string& flag, const std::vector<std::array<double, 3>>& v) {
+  Pairs p{{0, "LWPOLYLINE"}, {8, "0"}, {90, std::to_string(v.size())}, {70, flag}};
+  for (const auto& q : v) {
+    p.push_back({10, DoubleToText(q[0])});
+    p.push_back({20, DoubleToText(q[1])});
+    if (q[2] != 0) p.push_back({42, DoubleToText(q[2])});
+  }
+  return p;
+}
+
+// A POLYLINE on layer 0 with flag 70 and (x, y, z, bulge) vertices, ended by SEQEND.
+inline Pairs Poly(const std::string& flag, const std::vector<std::array<double, 4>>& v,
+                  const Pairs& head = {}) {
+  Pairs p{{0, "POLYLINE"}, {8, "0"}, {66, "1"}, {10, "0"}, {20, "0"}, {30, "0"}};
+  p.insert(p.end(), head.begin(), head.end());
+  p.push_back({70, flag});
+  for (const auto& q : v) {
+    p.insert(p.end(), {{0, "VERTEX"},
+                       {8, "0"},
+                       {10, DoubleToText(q[0])},
+                       {20, DoubleToText(q[1])},
+                       {30, DoubleToText(q[2])}});
+    if (q[3] != 0) p.push_back({42, DoubleToText(q[3])});
+  }
+  p.insert(p.end(), {{0, "SEQEND"}, {8, "0"}});
+  return p;
 }
 
 }  // namespace vessik::test

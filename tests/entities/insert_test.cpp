@@ -1,10 +1,15 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <memory>
+#include <stdexcept>
+#include <utility>
 
 #include "EntityTestUtil.h"
 #include "entities/Vessik_Insert.h"
+#include "entities/Vessik_Line.h"
 #include "geometry/Vessik_Math.h"
+#include "parser/Vessik_Concat.h"
 
 namespace vessik {
 namespace {
@@ -287,6 +292,37 @@ TEST(Insert, RepeatAndExtrusionGroupsHaveNoEffect) {
   ASSERT_EQ(rec.size(), 1u);
   EXPECT_EQ(rec[0][5], "6");
   EXPECT_EQ(rec[0][6], "2");
+}
+
+// An entity whose printing fails after its first record is written.
+class FailsHalfWay : public Vessik_Line {
+ public:
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override {
+    Vessik_Line::AppendText(Text, Layers);
+    throw std::runtime_error("half way");
+  }
+};
+
+TEST(EntityText, ItemFailingHalfWayLeavesNoPartOfItsText) {
+  Vessik_Insert root;
+  root.Entities = std::make_unique<Vessik_Entities>();
+  auto first = std::make_unique<Vessik_Line>();
+  first->X1 = 1;
+  auto failing = std::make_unique<FailsHalfWay>();
+  failing->X1 = 2;
+  auto last = std::make_unique<Vessik_Line>();
+  last->X1 = 3;
+  for (Vessik_Line* l : {first.get(), static_cast<Vessik_Line*>(failing.get()), last.get()}) {
+    l->Vessik_IEntity_Parent(&root);
+  }
+  root.Entities->Add(std::move(first));
+  root.Entities->Add(std::move(failing));
+  root.Entities->Add(std::move(last));
+  Vessik_Layers layers;
+  const auto rec = test::Records(root.Vessik_IEntity_ToString(layers));
+  ASSERT_EQ(rec.size(), 2u);
+  EXPECT_EQ(rec[0][5], "1");
+  EXPECT_EQ(rec[1][5], "3");
 }
 
 }  // namespace

@@ -5,12 +5,15 @@
 #include <string>
 #include <vector>
 
+#include "ParserTestUtil.h"
 #include "parser/Vessik_Color.h"
 #include "parser/Vessik_Parser.h"
 #include "support/TestSupport.h"
 
 namespace vessik {
 namespace {
+
+using test::FailureNumber;
 
 int32_t Rgb(int r, int g, int b) {
   return r + 256 * g + 65536 * b;
@@ -73,6 +76,32 @@ TEST(VessikColor, LayerAndEntityColoursReachTheRecord) {
   EXPECT_EQ(layers[0]->Color->ColorRGB(), 8320);
   EXPECT_EQ(layers[1]->Color->ColorACI(), -27);
   EXPECT_EQ(layers[1]->Color->ColorRGB(), 4214912);
+}
+
+TEST(VessikColor, NewIsZero) {
+  Vessik_Color c;
+  EXPECT_EQ(c.ColorACI(), 0);
+  EXPECT_EQ(c.ColorRGB(), 0);
+}
+
+TEST(VessikColor, WritingTheNumberSetsTheRgb) {
+  Vessik_Color c;
+  c.ColorACI(3);
+  EXPECT_EQ(c.ColorACI(), 3);
+  EXPECT_EQ(c.ColorRGB(), 65280);
+  c.ColorACI(-5);
+  EXPECT_EQ(c.ColorACI(), -5);
+  EXPECT_EQ(c.ColorRGB(), 16711680);
+  c.ColorRGB(12345);
+  EXPECT_EQ(c.ColorRGB(), 12345);
+  EXPECT_EQ(c.ColorACI(), -5);
+  c.ColorACI(256);
+  EXPECT_EQ(c.ColorRGB(), -1);
+}
+
+TEST(VessikColor, SmallestNumberOverflows) {
+  Vessik_Color c;
+  EXPECT_EQ(FailureNumber([&] { c.ColorACI(-2147483647 - 1); }), 6);
 }
 
 }  // namespace

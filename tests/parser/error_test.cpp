@@ -121,5 +121,27 @@ TEST(ErrorCatalogue, ReadmeTableIsTheCatalogue) {
   EXPECT_EQ(table, expected);
 }
 
+TEST(VessikError, PlatformWords) {
+  EXPECT_EQ(PlatformErrorText(5), "Invalid procedure call or argument");
+  EXPECT_EQ(PlatformErrorText(6), "Overflow");
+  EXPECT_EQ(PlatformErrorText(7), "Out of memory");
+  EXPECT_EQ(PlatformErrorText(9), "Subscript out of range");
+  EXPECT_EQ(PlatformErrorText(11), "Division by zero");
+  EXPECT_EQ(PlatformErrorText(13), "Type mismatch");
+  EXPECT_EQ(PlatformErrorText(28), "Out of stack space");
+  EXPECT_EQ(PlatformErrorText(53), "File not found");
+  EXPECT_EQ(PlatformErrorText(75), "Path/File access error");
+  EXPECT_EQ(PlatformErrorText(91), "Object variable or With block variable not set");
+  try {
+    RaisePlatformError(13);
+    ADD_FAILURE() << "no failure raised";
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), 13);
+    EXPECT_EQ(e.Source(), "");
+    EXPECT_EQ(e.Description(), "Type mismatch");
+    EXPECT_STREQ(e.what(), "Type mismatch");
+  }
+}
+
 }  // namespace
 }  // namespace vessik

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "parser/parser.h"
+#include "support/Settings.h"
 
 namespace vessik::test {
 
@@ -31,12 +32,6 @@ bool SkipsAreFailures();
 // The corpus folder: VESSIK_CORPUS_DIR from the environment, else the one the
 // build was configured with.
 std::string CorpusDir();
-
-// The settings of the tool's defaults, and the "fine" settings of the pinned
-// outcomes (--tolerance 0.001 --check 1 --initial-segments 2
-// --arc-max-deviation 0.001 --arc-min-segment-length 0 --arc-max-segment-length 0).
-Vessik_CommonData ToolDefaults();
-Vessik_CommonData FineSettings();
 
 // One pinned outcome: the text (record or layer count and SHA-256 of the exact
 // output) or the failure number. A failed parse pins no layer output.

@@ -1,22 +1,127 @@
+// The SPLINE entity: its reading, its settings, and curves placed through blocks.
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <string>
+#include <utility>
+#include <vector>
 
+#include "entities/Vessik_Spline.h"
+#include "parser/GroupPairs.h"
 #include "parser/Vessik_CommonData.h"
-#include "parser/Vessik_Convert.h"
 #include "parser/Vessik_Error.h"
+#include "parser/Vessik_Layer.h"
 #include "parser/Vessik_Parser.h"
 #include "parser/Vessik_Progress.h"
+#include "support/SplineTestUtil.h"
 #include "support/TestSupport.h"
 
 namespace vessik {
 namespace {
 
 using test::Drawing;
+using test::ExpectFailure;
+using test::Fit;
+using test::kQuadKnots;
+using test::kQuadPts;
+using test::Pairs;
+using test::Read;
 using test::Records;
+using test::SplinePairs;
 using test::TempFile;
-using Pairs = std::vector<std::pair<int, std::string>>;
+
+TEST(SplineRead, WithoutWeightsAllAreOne) {
+  Vessik_Spline s;
+  Pairs p = SplinePairs(2, kQuadKnots, kQuadPts);
+  GroupPairs().Assign(p);
+  Vessik_Layers layers;
+  EXPECT_EQ(s.Vessik_IEntity_Read(0, layers), static_cast<int32_t>(p.size()) - 2);
+  EXPECT_EQ(s.Weights(), (std::vector<double>{1, 1, 1}));
+  EXPECT_EQ(s.Knots(), kQuadKnots);
+  ASSERT_EQ(s.CPoints().size(), 3u);
+  EXPECT_EQ(s.CPoints()[1].X, 1);
+  EXPECT_EQ(s.Id, 42);
+  EXPECT_EQ(s.Flag, 8);
+  EXPECT_EQ(s.Degree, 2);
+  EXPECT_EQ(s.CPtsNum, 3);
+}
+
+TEST(SplineRead, TooFewWeightsAreKeptAndFailLater) {
+  Vessik_Spline s;
+  Read(s, SplinePairs(2, kQuadKnots, kQuadPts, {1, 2}));
+  EXPECT_EQ(s.Weights(), (std::vector<double>{1, 2}));
+  ExpectFailure([&] { s.Spline2Arcs(0.01, 2, 0); }, 9, "Subscript out of range");
+}
+
+TEST(SplineRead, CoordinatesCarryOverAndOnly30CompletesAPoint) {
+  Vessik_Spline s;
+  Read(s, {{71, "1"},
+           {40, "0"},
+           {40, "0"},
+           {40, "1"},
+           {40, "1"},
+           {10, "3"},
+           {20, "4"},
+           {30, "0"},
+           {10, "7"},
+           {30, "1"},
+           {20, "9"},
+           {0, "EOF"}});
+  ASSERT_EQ(s.CPoints().size(), 2u);
+  EXPECT_EQ(s.CPoints()[1].X, 7);
+  EXPECT_EQ(s.CPoints()[1].Y, 4);
+  EXPECT_EQ(s.CPoints()[1].Z, 1);
+}
+
+TEST(SplineRead, PointsWithout30FailAtSizing) {
+  Vessik_Spline s;
+  GroupPairs().Assign({{71, "1"}, {40, "0"}, {40, "1"}, {10, "1"}, {20, "2"}, {0, "EOF"}});
+  Vessik_Layers layers;
+  ExpectFailure([&] { s.Vessik_IEntity_Read(0, layers); }, 9, "Subscript out of range");
+}
+
+TEST(SplineRead, NoKnotsFailAtSizing) {
+  Vessik_Spline s;
+  GroupPairs().Assign({{71, "1"}, {10, "1"}, {20, "2"}, {30, "0"}, {0, "EOF"}});
+  Vessik_Layers layers;
+  ExpectFailure([&] { s.Vessik_IEntity_Read(0, layers); }, 9, "Subscript out of range");
+}
+
+TEST(SplineRead, IntegerGroupsThatAreNoNumberFail) {
+  for (int code : {62, 70, 71, 73}) {
+    Vessik_Spline s;
+    GroupPairs().Assign({{code, "abc"}, {0, "EOF"}});
+    Vessik_Layers layers;
+    ExpectFailure([&] { s.Vessik_IEntity_Read(0, layers); }, 13, "Type mismatch");
+  }
+}
+
+TEST(SplineInit, InitialSegmentsRoundHalfToEvenAndZeroMeansTwo) {
+  const std::vector<std::pair<double, int32_t>> cases{{0, 2},   {0.5, 2}, {1.5, 2},
+                                                      {2.5, 2}, {3.5, 4}, {1, 1}};
+  for (const auto& c : cases) {
+    Vessik_Spline s;
+    Fit(s, SplinePairs(1, {0, 0, 1, 1}, {{0, 0}, {1, 0}}), 0.01, c.first);
+    EXPECT_EQ(s.InitialSegments(), c.second) << c.first;
+  }
+}
+
+TEST(SplineInit, FitToleranceIsThreePercent) {
+  Vessik_Spline s;
+  Fit(s, SplinePairs(1, {0, 0, 1, 1}, {{0, 0}, {1, 0}}), 0.5);
+  EXPECT_EQ(s.Tolerance(), 0.5);
+  EXPECT_EQ(s.FitTolerance(), 0.5 * 0.03);
+}
+
+TEST(SplineRead, KnotCountNotMatchingIsNotNoticed) {
+  Vessik_Spline s;
+  Read(s, SplinePairs(2, {0, 0, 0, 0.5, 1, 1, 1, 1, 1}, kQuadPts));
+  EXPECT_EQ(s.Knots().size(), 9u);
+  EXPECT_EQ(s.CPoints().size(), 3u);
+}
+
+// Curves through Parse2 in nested blocks
 
 std::string Parse(const std::string& dxf, double tol = 0.01, int32_t check = 0) {
   TempFile f(dxf);

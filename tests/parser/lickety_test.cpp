@@ -1,0 +1,135 @@
+// The splitting of a file into lines with the block rule.
+#include "parser/Lickety.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "parser/Vessik_Error.h"
+#include "support/TestSupport.h"
+
+namespace vessik {
+namespace {
+
+std::vector<std::string> Split(const std::string& content, int32_t blockSize,
+                               const std::string& delim, bool unicode = false,
+                               bool skipBOM = false) {
+  test::TempFile f(content);
+  Lickety l;
+  return l.SplitFile(f.Path(), blockSize, delim, unicode, skipBOM);
+}
+
+using Lines = std::vector<std::string>;
+
+}  // namespace
+
+TEST(Lickety, ChooseBlockSize) {
+  EXPECT_EQ(Lickety::ChooseBlockSize(0), 65536);
+  EXPECT_EQ(Lickety::ChooseBlockSize(1000), 65536);
+  EXPECT_EQ(Lickety::ChooseBlockSize(3276800), 65536);
+  EXPECT_EQ(Lickety::ChooseBlockSize(3276801), 65536);
+  EXPECT_EQ(Lickety::ChooseBlockSize(3276850), 65537);
+  EXPECT_EQ(Lickety::ChooseBlockSize(5000000), 100000);
+  EXPECT_EQ(Lickety::ChooseBlockSize(5000049), 100000);
+}
+
+TEST(Lickety, TailDroppedWhenTheLastBlockHasADelimiter) {
+  EXPECT_EQ(Split("ab\ncd\nef", 4, "\n"), (Lines{"ab", "cd"}));
+  EXPECT_EQ(Split("ab\ncd\nef\n", 4, "\n"), (Lines{"ab", "cd", "ef"}));
+}
+
+TEST(Lickety, TailKeptWhenTheLastBlockHasNoDelimiter) {
+  // Blocks "ab\nc" and "def": the carry "c" grows to "cdef".
+  EXPECT_EQ(Split("ab\ncdef", 4, "\n"), (Lines{"ab", "cdef"}));
+  // Several blocks without a delimiter: the carry spans them all.
+  EXPECT_EQ(Split("ab\ncdefghijkl", 4, "\n"), (Lines{"ab", "cdefghijkl"}));
+  EXPECT_EQ(Split("abcdefgh", 3, "\n"), (Lines{"abcdefgh"}));
+}
+
+TEST(Lickety, LineAcrossABlockBoundaryComesOutWhole) {
+  EXPECT_EQ(Split("abcdef\ngh\n", 4, "\n"), (Lines{"abcdef", "gh"}));
+  // A CR LF cut in two by the boundary is still one delimiter; it lies partly in
+  // the last block, so the tail behind it goes.
+  EXPECT_EQ(Split("ab\r\ncd", 3, "\r\n"), (Lines{"ab"}));
+  EXPECT_EQ(Split("ab\r\ncd\r\n", 3, "\r\n"), (Lines{"ab", "cd"}));
+}
+
+TEST(Lickety, DelimiterEndingWhereTheLastBlockStartsKeepsTheTail) {
+  // Blocks "abc\n" and "def": the last block holds no delimiter, so its text is
+  // the carry at the end of the file and comes out as a last line.
+  EXPECT_EQ(Split("abc\ndef", 4, "\n"), (Lines{"abc", "def"}));
+  // Blocks "ab\r\n" and "cd": the whole CR LF lies in the block before.
+  EXPECT_EQ(Split("ab\r\ncd", 4, "\r\n"), (Lines{"ab", "cd"}));
+  // Blocks "ab<=>" and "cd", with a delimiter of three bytes.
+  EXPECT_EQ(Split("ab<=>cd", 5, "<=>"), (Lines{"ab", "cd"}));
+  // Blocks "a\nb\n", "cd\ne", "fgh": a delimiter two blocks back changes nothing.
+  EXPECT_EQ(Split("a\nb\ncd\nefgh", 4, "\n"), (Lines{"a", "b", "cd", "efgh"}));
+}
+
+TEST(Lickety, DelimiterStraddlingTheLastBoundaryDropsTheTail) {
+  // Blocks "abc\r" and "\nde": the CR LF is found only once the last block is
+  // read, so that block has a delimiter and "de" behind it goes.
+  EXPECT_EQ(Split("abc\r\nde", 4, "\r\n"), (Lines{"abc"}));
+  // Blocks "abc<" and "=>d": the same with three bytes, two of them in the last
+  // block.
+  EXPECT_EQ(Split("abc<=>d", 4, "<=>"), (Lines{"abc"}));
+  // Blocks "abc<=" and ">d": only the delimiter's last byte in the last block.
+  EXPECT_EQ(Split("abc<=>d", 5, "<=>"), (Lines{"abc"}));
+  // Blocks "ab<=", ">cde" and "fg": the delimiter straddles the boundary before
+  // the last one; the last block "fg" holds none, so "cdefg" is kept.
+  EXPECT_EQ(Split("ab<=>cdefg", 4, "<=>"), (Lines{"ab", "cdefg"}));
+}
+
+TEST(Lickety, BlockSizeNotAboveTheDelimiterIsChosen) {
+  // 1 and 2 are not above the length of CR LF: 64 KiB blocks, one block only.
+  EXPECT_EQ(Split("ab\r\ncd", 2, "\r\n"), (Lines{"ab"}));
+  EXPECT_EQ(Split("ab\ncd", 1, "\n"), (Lines{"ab"}));
+  EXPECT_EQ(Split("ab\ncd", 0, "\n"), (Lines{"ab"}));
+  EXPECT_EQ(Split("ab\ncd", -5, "\n"), (Lines{"ab"}));
+}
+
+TEST(Lickety, EmptyLinesAndEmptyFile) {
+  EXPECT_EQ(Split("\n\na\n", 0, "\n"), (Lines{"", "", "a"}));
+  EXPECT_EQ(Split("", 0, "\n"), Lines{});
+  EXPECT_EQ(Split("abc", 0, "\n"), (Lines{"abc"}));
+}
+
+TEST(Lickety, EmptyDelimiterGivesTheWholeText) {
+  EXPECT_EQ(Split("ab\ncd", 0, ""), (Lines{"ab\ncd"}));
+}
+
+TEST(Lickety, BomSkippedOnlyWithBothFlags) {
+  EXPECT_EQ(Split("XYab\ncd\n", 0, "\n", true, true), (Lines{"ab", "cd"}));
+  EXPECT_EQ(Split("XYab\ncd\n", 0, "\n", false, true), (Lines{"XYab", "cd"}));
+  EXPECT_EQ(Split("XYab\ncd\n", 0, "\n", true, false), (Lines{"XYab", "cd"}));
+}
+
+TEST(Lickety, SplitsOnTheExactDelimiterOnly) {
+  EXPECT_EQ(Split("a\nb\r\nc\rd\r\n", 0, "\r\n"), (Lines{"a\nb", "c\rd"}));
+  EXPECT_EQ(Split("a\r\nb\n", 0, "\n"), (Lines{"a\r", "b"}));
+}
+
+TEST(Lickety, DelimiterThatOverlapsItself) {
+  // Occurrences from left to right without overlap: "aaa" holds one "aa".
+  EXPECT_EQ(Split("aaa", 0, "aa"), (Lines{""}));
+  EXPECT_EQ(Split("xaaay", 0, "aa"), (Lines{"x"}));
+  EXPECT_EQ(Split("aaaa", 0, "aa"), (Lines{"", ""}));
+  EXPECT_EQ(Split("xabababy", 0, "aba"), (Lines{"x"}));
+  // Blocks "aaa" and "b": the last one holds no delimiter, so "ab" is kept.
+  EXPECT_EQ(Split("aaab", 3, "aa"), (Lines{"", "ab"}));
+}
+
+TEST(Lickety, MissingFile) {
+  Lickety l;
+  try {
+    l.SplitFile("/nonexistent/vessik/none.dxf", 0, "\n", false, false);
+    ADD_FAILURE() << "no failure";
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), 53);
+    EXPECT_EQ(e.Description(), "File not found");
+  }
+}
+
+}  // namespace vessik
