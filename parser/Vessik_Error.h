@@ -54,11 +54,15 @@ class Vessik_Error : public std::exception {
 /// One failure the library can raise: its number, a name for code, the source
 /// and words a host receives, and when it is raised.
 struct ErrorInfo {
+  /// The number a host receives.
   int32_t Number;
+  /// A name for code and tables; unique, unlike the number.
   std::string_view Name;
+  /// The source a host receives; mostly empty.
   std::string_view Source;
   /// The description; for ParsingFailed the line number follows it.
   std::string_view Text;
+  /// When the library raises it, in a few words.
   std::string_view RaisedWhen;
 };
 
