@@ -5,6 +5,7 @@ set(VESSIK_LIBRARY_SOURCES
   parser/GroupPairs.cpp
   parser/Lickety.cpp
   parser/LoadDXF.cpp
+  parser/NameLookup.cpp
   parser/Vessik_Color.cpp
   parser/Vessik_Concat.cpp
   parser/Vessik_Convert.cpp

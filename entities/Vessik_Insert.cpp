@@ -8,6 +8,7 @@
 #include "entities/Vessik_Entity.h"
 #include "geometry/Vessik_Math.h"
 #include "parser/LargeMemory.h"
+#include "parser/NameLookup.h"
 #include "parser/Vessik_Concat.h"
 #include "parser/Vessik_Error.h"
 #include "parser/Vessik_Progress.h"
@@ -78,17 +79,26 @@ void Vessik_Insert::Rotation(double v) {
 void Vessik_Insert::ExpandBlock(Vessik_CommonData* Data, const std::vector<Vessik_Block>& Blocks,
                                 Vessik_Layers& Layers, int Level) {
   if (Blocks.empty()) return;
-  for (const Vessik_Block& block : Blocks) {
-    if (block.Name != Name) continue;
-    // A block that refers to itself, directly or through others, would nest without
-    // end; the reference that goes too deep fails the parse cleanly instead.
-    if (Level > kMaxNesting) RaisePlatformError(errnum::OutOfStackSpace);
-    xBlock_ = block.X;
-    yBlock_ = block.Y;
-    zBlock_ = block.Z;
-    Entities = ReadEntities(block.StartLine, block.EndLine, this, Data, Blocks, Layers, Level);
-    return;
+  // The first block of the name counts.
+  const Vessik_Block* block = nullptr;
+  if (const BlockLookup* lookup = BlockLookup::For(Blocks)) {
+    block = lookup->Find(Name);
+  } else {
+    for (const Vessik_Block& b : Blocks) {
+      if (b.Name == Name) {
+        block = &b;
+        break;
+      }
+    }
   }
+  if (block == nullptr) return;
+  // A block that refers to itself, directly or through others, would nest without
+  // end; the reference that goes too deep fails the parse cleanly instead.
+  if (Level > kMaxNesting) RaisePlatformError(errnum::OutOfStackSpace);
+  xBlock_ = block->X;
+  yBlock_ = block->Y;
+  zBlock_ = block->Z;
+  Entities = ReadEntities(block->StartLine, block->EndLine, this, Data, Blocks, Layers, Level);
 }
 
 std::unique_ptr<Vessik_Entities> Vessik_Insert::ReadEntities(

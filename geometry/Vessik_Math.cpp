@@ -1,9 +1,11 @@
 #include "geometry/Vessik_Math.h"
 
 #include <cmath>
+#include <optional>
 #include <string>
 
 #include "entities/Vessik_IParent.h"
+#include "parser/NameLookup.h"
 #include "parser/Vessik_Convert.h"
 #include "parser/Vessik_Error.h"
 
@@ -192,8 +194,12 @@ bool AngleInRange(double Angle, double SA, double EA, double Tol) {
 }
 
 int32_t LayerIndex(Vessik_Layers& Layers, std::string_view Name) {
-  for (size_t i = 0; i < Layers.size(); ++i) {
-    if (Layers[i]->Name == Name) return static_cast<int32_t>(i);
+  if (LayerLookup* lookup = LayerLookup::For(Layers)) {
+    if (const std::optional<int32_t> i = lookup->Find(Name)) return *i;
+  } else {
+    for (size_t i = 0; i < Layers.size(); ++i) {
+      if (Layers[i]->Name == Name) return static_cast<int32_t>(i);
+    }
   }
   auto layer = std::make_shared<Vessik_Layer>();
   layer->Name = std::string(Name);

@@ -6,6 +6,7 @@
 #include "entities/EntityArena.h"
 #include "entities/Vessik_Insert.h"
 #include "parser/GroupPairs.h"
+#include "parser/NameLookup.h"
 #include "parser/Vessik_Convert.h"
 #include "parser/Vessik_Error.h"
 #include "parser/Vessik_Utils.h"
@@ -203,6 +204,9 @@ std::unique_ptr<Vessik_Insert> Vessik_Parser::ParseEntities(
   root->Progress(Progress);
   root->OneShot(oneShot_);
   if (oneShot_) root->TextSizeHint(static_cast<int64_t>(GroupPairs().ByteCount()) * 2);
+  // Entities look their layers and blocks up by name: hashed while this reads.
+  LayerLookup layerLookup(Layers);
+  BlockLookup blockLookup(Blocks);
   root->Entities =
       root->ReadEntities(section.BeginLine, section.EndLine, root.get(), Data, Blocks, Layers);
   if (Progress == nullptr) RaisePlatformError(errnum::ObjectNotSet);

@@ -1,0 +1,59 @@
+#include "parser/NameLookup.h"
+
+namespace vessik {
+namespace {
+
+thread_local LayerLookup* tLayerLookup = nullptr;
+thread_local BlockLookup* tBlockLookup = nullptr;
+
+}  // namespace
+
+LayerLookup::LayerLookup(Vessik_Layers& layers) : layers_(layers), previous_(tLayerLookup) {
+  tLayerLookup = this;
+}
+
+LayerLookup::~LayerLookup() {
+  tLayerLookup = previous_;
+}
+
+LayerLookup* LayerLookup::For(const Vessik_Layers& layers) {
+  return tLayerLookup != nullptr && &tLayerLookup->layers_ == &layers ? tLayerLookup : nullptr;
+}
+
+std::optional<int32_t> LayerLookup::Find(std::string_view name) {
+  if (layers_.size() < taken_) {
+    // The list was cut back: take it in anew.
+    first_.clear();
+    taken_ = 0;
+  }
+  for (; taken_ < layers_.size(); ++taken_) {
+    if (layers_[taken_]) first_.try_emplace(layers_[taken_]->Name, static_cast<int32_t>(taken_));
+  }
+  const auto it = first_.find(name);
+  if (it == first_.end()) return std::nullopt;
+  return it->second;
+}
+
+BlockLookup::BlockLookup(const std::vector<Vessik_Block>& blocks)
+    : blocks_(blocks), previous_(tBlockLookup) {
+  first_.reserve(blocks.size());
+  for (size_t i = 0; i < blocks.size(); ++i) {
+    first_.try_emplace(blocks[i].Name, static_cast<int32_t>(i));
+  }
+  tBlockLookup = this;
+}
+
+BlockLookup::~BlockLookup() {
+  tBlockLookup = previous_;
+}
+
+BlockLookup* BlockLookup::For(const std::vector<Vessik_Block>& blocks) {
+  return tBlockLookup != nullptr && &tBlockLookup->blocks_ == &blocks ? tBlockLookup : nullptr;
+}
+
+const Vessik_Block* BlockLookup::Find(std::string_view name) const {
+  const auto it = first_.find(name);
+  return it == first_.end() ? nullptr : &blocks_[static_cast<size_t>(it->second)];
+}
+
+}  // namespace vessik

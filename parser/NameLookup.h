@@ -1,0 +1,74 @@
+// Hashed lookups of layers and blocks by name while a drawing is read. A drawing
+// with a hundred thousand layers or blocks would otherwise scan the whole list
+// for every entity and every reference. The first item of a name still wins, as
+// in a scan from the front.
+//
+// A lookup serves one list, named when it is made, for as long as it lives; it is
+// installed for the calling thread, and the one it replaced comes back when it
+// ends, so that a parse started from inside another keeps its own.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "parser/Vessik_Block.h"
+#include "parser/Vessik_Layer.h"
+
+namespace vessik {
+
+// Hash of names that finds a std::string key by a string_view without a copy.
+struct NameHash {
+  using is_transparent = void;
+  size_t operator()(std::string_view s) const noexcept { return std::hash<std::string_view>{}(s); }
+};
+using FirstPositions = std::unordered_map<std::string, int32_t, NameHash, std::equal_to<>>;
+
+// The layers of a parse. The list only grows while the drawing is read, by the
+// layers that entities name and the table lacks; each lookup first takes in
+// what was added since the last one.
+class LayerLookup {
+ public:
+  explicit LayerLookup(Vessik_Layers& layers);
+  ~LayerLookup();
+  LayerLookup(const LayerLookup&) = delete;
+  LayerLookup& operator=(const LayerLookup&) = delete;
+
+  // The lookup of this thread that serves this list, or none.
+  static LayerLookup* For(const Vessik_Layers& layers);
+
+  // Position of the first layer of that name, or none.
+  std::optional<int32_t> Find(std::string_view name);
+
+ private:
+  Vessik_Layers& layers_;
+  size_t taken_ = 0;
+  FirstPositions first_;
+  LayerLookup* previous_;
+};
+
+// The block definitions of a parse, which do not change while it reads.
+class BlockLookup {
+ public:
+  explicit BlockLookup(const std::vector<Vessik_Block>& blocks);
+  ~BlockLookup();
+  BlockLookup(const BlockLookup&) = delete;
+  BlockLookup& operator=(const BlockLookup&) = delete;
+
+  // The lookup of this thread that serves this list, or none.
+  static BlockLookup* For(const std::vector<Vessik_Block>& blocks);
+
+  // The first block of that name, or none.
+  const Vessik_Block* Find(std::string_view name) const;
+
+ private:
+  const std::vector<Vessik_Block>& blocks_;
+  FirstPositions first_;
+  BlockLookup* previous_;
+};
+
+}  // namespace vessik

@@ -1,0 +1,119 @@
+// Hashed lookups of layers and blocks by name: the first of a name wins, layers
+// added while reading are found, and a lookup serves only its own list.
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "entities/EntityTestUtil.h"
+#include "geometry/Vessik_Math.h"
+#include "parser/NameLookup.h"
+
+namespace vessik {
+namespace {
+
+Vessik_Layers LayersNamed(const std::vector<std::string>& names) {
+  Vessik_Layers layers;
+  for (const std::string& n : names) {
+    layers.push_back(std::make_shared<Vessik_Layer>());
+    layers.back()->Name = n;
+  }
+  return layers;
+}
+
+Vessik_Block BlockNamed(const std::string& name, int32_t start) {
+  Vessik_Block b;
+  b.Name = name;
+  b.StartLine = start;
+  return b;
+}
+
+TEST(LayerLookup, FirstOfANameWins) {
+  Vessik_Layers layers = LayersNamed({"0", "A", "B", "A"});
+  LayerLookup lookup(layers);
+  EXPECT_EQ(lookup.Find("A"), 1);
+  EXPECT_EQ(lookup.Find("B"), 2);
+  EXPECT_EQ(lookup.Find("0"), 0);
+  EXPECT_EQ(lookup.Find("a"), std::nullopt);
+  EXPECT_EQ(lookup.Find(""), std::nullopt);
+}
+
+TEST(LayerLookup, LayerIndexAddsOnceAndFindsWhatItAdded) {
+  Vessik_Layers layers = LayersNamed({"0", "A"});
+  LayerLookup lookup(layers);
+  EXPECT_EQ(LayerIndex(layers, "A"), 1);
+  EXPECT_EQ(LayerIndex(layers, "NEW"), 2);
+  EXPECT_EQ(LayerIndex(layers, "NEW"), 2);
+  EXPECT_EQ(LayerIndex(layers, "OTHER"), 3);
+  ASSERT_EQ(layers.size(), 4u);
+  EXPECT_EQ(layers[2]->Name, "NEW");
+  EXPECT_EQ(layers[3]->Name, "OTHER");
+}
+
+TEST(LayerLookup, ServesOnlyItsOwnListAndOnlyWhileItLives) {
+  Vessik_Layers mine = LayersNamed({"X"});
+  Vessik_Layers other = LayersNamed({"Y", "X"});
+  {
+    LayerLookup lookup(mine);
+    EXPECT_EQ(LayerLookup::For(mine), &lookup);
+    EXPECT_EQ(LayerLookup::For(other), nullptr);
+    // A list without a lookup is scanned from the front, as before.
+    EXPECT_EQ(LayerIndex(other, "X"), 1);
+  }
+  EXPECT_EQ(LayerLookup::For(mine), nullptr);
+  EXPECT_EQ(LayerIndex(mine, "X"), 0);
+}
+
+TEST(LayerLookup, AnInnerLookupGivesBackTheOuterOne) {
+  Vessik_Layers outer = LayersNamed({"A"});
+  Vessik_Layers inner = LayersNamed({"B"});
+  LayerLookup outerLookup(outer);
+  {
+    LayerLookup innerLookup(inner);
+    EXPECT_EQ(LayerLookup::For(inner), &innerLookup);
+    EXPECT_EQ(LayerLookup::For(outer), nullptr);
+  }
+  EXPECT_EQ(LayerLookup::For(outer), &outerLookup);
+  EXPECT_EQ(outerLookup.Find("A"), 0);
+}
+
+TEST(LayerLookup, AListCutBackIsTakenInAnew) {
+  Vessik_Layers layers = LayersNamed({"A", "B", "C"});
+  LayerLookup lookup(layers);
+  EXPECT_EQ(lookup.Find("C"), 2);
+  layers.resize(1);
+  layers.push_back(std::make_shared<Vessik_Layer>());
+  layers.back()->Name = "D";
+  EXPECT_EQ(lookup.Find("C"), std::nullopt);
+  EXPECT_EQ(lookup.Find("D"), 1);
+}
+
+TEST(BlockLookup, FirstOfANameWinsAndMissingIsNone) {
+  const std::vector<Vessik_Block> blocks{BlockNamed("A", 10), BlockNamed("B", 20),
+                                         BlockNamed("A", 30)};
+  BlockLookup lookup(blocks);
+  ASSERT_NE(lookup.Find("A"), nullptr);
+  EXPECT_EQ(lookup.Find("A")->StartLine, 10);
+  EXPECT_EQ(lookup.Find("B")->StartLine, 20);
+  EXPECT_EQ(lookup.Find("b"), nullptr);
+  EXPECT_EQ(BlockLookup::For(blocks), &lookup);
+  const std::vector<Vessik_Block> other{BlockNamed("A", 1)};
+  EXPECT_EQ(BlockLookup::For(other), nullptr);
+}
+
+// Through a whole parse: two blocks of one name, the first is drawn; a layer
+// listed twice in the table, the first position is the entity's.
+TEST(NameLookupInParse, FirstBlockAndFirstLayerOfANameCount) {
+  using test::Pairs;
+  const Pairs blocks = test::Concat(
+      {test::Block("B", {{0, "LINE"}, {8, "L"}, {10, "1"}, {20, "1"}, {11, "2"}, {21, "2"}}),
+       test::Block("B", {{0, "LINE"}, {8, "L"}, {10, "7"}, {20, "7"}, {11, "8"}, {21, "8"}})});
+  const std::string text =
+      test::ParseDrawing({{0, "INSERT"}, {5, "A"}, {8, "L"}, {2, "B"}, {10, "0"}, {20, "0"}},
+                         {{"L", 1}, {"L", 3}}, blocks);
+  EXPECT_EQ(text, "0\t83\tL\t0\t255\t1\t1\t0\t2\t2\t0\t0\t0\t0\t0\t0\t0\t\r\n");
+}
+
+}  // namespace
+}  // namespace vessik
