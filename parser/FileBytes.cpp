@@ -126,7 +126,10 @@ FileBytes FileBytes::ReadFile(const std::string& FileName) {
   if (FileName.empty() || !std::filesystem::exists(status)) {
     RaisePlatformError(errnum::FileNotFound);
   }
-  if (std::filesystem::is_directory(status)) RaisePlatformError(errnum::PathFileAccess);
+  // Only a regular file has a length to read: a folder cannot be read, a FIFO
+  // would wait for a writer without end, and a device such as /dev/zero never
+  // ends at all.
+  if (!std::filesystem::is_regular_file(status)) RaisePlatformError(errnum::PathFileAccess);
   std::ifstream in(path, std::ios::binary);
   if (!in) RaisePlatformError(errnum::PathFileAccess);
   in.seekg(0, std::ios::end);

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -394,6 +395,23 @@ TEST_F(CliTest, UnwritableOutputFileFails) {
   EXPECT_EQ(run.exitStatus, 1);
   EXPECT_EQ(run.out, "");
   EXPECT_EQ(run.err, ErrorLine(75, "Path/File access error"));
+}
+
+TEST_F(CliTest, FullDeviceAsOutputFails) {
+  ToolRun run = RunTool({"-o", "/dev/full", kShapes});
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err, ErrorLine(75, "Path/File access error"));
+}
+
+TEST_F(CliTest, FifoAsDrawingFailsWithoutWaiting) {
+  TempDir dir;
+  const std::string fifo = dir.File("drawing.dxf");
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  ToolRun run = RunTool({"-o", dir.File("out.txt"), fifo});
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_EQ(run.err, ErrorLine(75, "Path/File access error"));
+  EXPECT_FALSE(std::filesystem::exists(dir.File("out.txt")));
 }
 
 TEST_F(CliTest, LayersOfShapes) {

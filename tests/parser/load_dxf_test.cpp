@@ -1,8 +1,11 @@
 // Loading: the line end, the splitting into lines, and the group pairs from the
 // first "SECTION" on.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <thread>
 #include <utility>
@@ -345,4 +348,27 @@ TEST(LoadDXF, BigFileWithCrLfCutBetweenCrAndLf) {
   EXPECT_EQ(Load(text), expected);
 }
 
+}  // namespace vessik
+
+namespace vessik {
+namespace {
+
+// What is no regular file is refused before it is opened, with 75: a folder,
+// a FIFO with no writer (which would block the open for ever) and a device that
+// never ends.
+TEST(LoadDXF, FolderFifoAndEndlessDeviceFailWith75) {
+  const std::string dir =
+      (std::filesystem::temp_directory_path() / ("vessik-fifo-" + std::to_string(::getpid())))
+          .string();
+  std::filesystem::create_directories(dir);
+  const std::string fifo = dir + "/drawing.dxf";
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  EXPECT_EQ(LoadFailure(dir).Number(), errnum::PathFileAccess);
+  EXPECT_EQ(LoadFailure(fifo).Number(), errnum::PathFileAccess);
+  EXPECT_EQ(LoadFailure("/dev/zero").Number(), errnum::PathFileAccess);
+  EXPECT_EQ(LoadFailure(dir + "/missing.dxf").Number(), errnum::FileNotFound);
+  std::filesystem::remove_all(dir);
+}
+
+}  // namespace
 }  // namespace vessik
