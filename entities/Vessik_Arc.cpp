@@ -106,6 +106,15 @@ std::vector<Vessik_Line> Vessik_Arc::Arc2Polyline() const {
   if (e < a) e = e + 360;
   const double step = StepAngle(e - a, R, ArcMaximumDeviationFactor, ArcMinimumSegmentLengthFactor,
                                 ArcMaximumSegmentLengthFactor);
+  // A run that is sure to pass the limit fails before it makes a point. While |a|
+  // stays below 2^50 steps, each addition advances the angle by 7/8 to 9/8 of a
+  // step, so the limit's 2^20 + 1 points are made before the end angle when the
+  // end lies twice the limit in steps away.
+  constexpr double kSurelyPast = 2.0 * kMaxSegments;
+  if (step > 0 && std::isfinite(a) && std::isfinite(e) && (e - a) / step > kSurelyPast &&
+      std::fabs(a) + kSurelyPast * step < step * 0x1p50) {
+    RaisePlatformError(errnum::OutOfMemory);
+  }
   // Room for the expected number of segments, so that the list grows once.
   const double expected = (e - a) / step + 2;
   if (expected > 0 && expected < kMaxSegments) L.reserve(static_cast<size_t>(expected));

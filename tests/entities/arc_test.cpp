@@ -261,6 +261,35 @@ TEST(Arc, EndlessRunOfSegmentsFailsAsOutOfMemory) {
   }
 }
 
+// Without length factors an arc steps by one degree, exactly, so the number of
+// segments is the sweep in degrees. The limit is 2^20 segments: one more fails.
+TEST(Arc, TheLimitOfSegmentsIsTwoToTheTwentieth) {
+  Vessik_Arc arc;
+  arc.R = 1;
+  arc.SA = 0;
+  arc.EA = 1 << 20;
+  EXPECT_EQ(arc.Arc2Polyline().size(), size_t{1} << 20);
+  arc.EA = (1 << 20) + 1;
+  EXPECT_EQ(test::FailureNumber([&] { arc.Arc2Polyline(); }), 7);
+}
+
+// A run far past the limit fails at once, with the same failure; so does one whose
+// end is not a number of steps that could ever be reached by a host.
+TEST(Arc, RunFarPastTheLimitFailsAlike) {
+  Vessik_Arc arc;
+  arc.R = 0;
+  arc.SA = 0;
+  arc.EA = 1e20;
+  EXPECT_EQ(test::FailureNumber([&] { arc.Arc2Polyline(); }), 7);
+  arc.SA = -3e6;
+  arc.EA = 3e6;
+  EXPECT_EQ(test::FailureNumber([&] { arc.Arc2Polyline(); }), 7);
+  // Beyond 2^53 one degree no longer counts: the run jumps to its end.
+  arc.SA = 1e17;
+  arc.EA = 1e17 + 1e12;
+  EXPECT_EQ(arc.Arc2Polyline().size(), 1u);
+}
+
 TEST(Arc, PointToPlane) {
   Vessik_Point p = Vessik_Arc::Point2Plane(1, 2, 0, 0, 1);
   EXPECT_EQ(p.X, 1);

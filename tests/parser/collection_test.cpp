@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "ParserTestUtil.h"
 #include "parser/Vessik_Collection.h"
+#include "support/TestSupport.h"
 
 namespace vessik {
 namespace {

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "ParserTestUtil.h"
 #include "parser/Vessik_Color.h"
 #include "parser/Vessik_Parser.h"
 #include "support/TestSupport.h"

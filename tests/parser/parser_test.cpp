@@ -14,7 +14,6 @@
 #include <utility>
 #include <vector>
 
-#include "ParserTestUtil.h"
 #include "entities/Vessik_Insert.h"
 #include "parser/GroupPairs.h"
 #include "parser/Vessik_Utils.h"

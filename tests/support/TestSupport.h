@@ -1,9 +1,14 @@
 // Helpers shared by the test programs: temporary drawings and group pairs.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "parser/Vessik_Error.h"
 
 namespace vessik::test {
 
@@ -48,6 +53,19 @@ class CommaLocale {
   std::string saved_;
   std::string name_;
 };
+
+// The number of the library failure the call raises; a test failure when it
+// raises none.
+template <class F>
+int32_t FailureNumber(F&& f) {
+  try {
+    f();
+  } catch (const Vessik_Error& e) {
+    return e.Number();
+  }
+  ADD_FAILURE() << "no failure raised";
+  return 0;
+}
 
 // Splits the text of Parse2 into records and each record into its 17 columns.
 std::vector<std::vector<std::string>> Records(const std::string& text);
