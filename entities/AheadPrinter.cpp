@@ -50,6 +50,8 @@ std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t) {
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
+#include <new>
+#include <stdexcept>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -76,6 +78,7 @@ class ThreadPrinter : public AheadPrinter {
 
  private:
   void Stop();
+  void RanOutOfMemory();
 
   // Shared, under mutex_, apart from the reading side's fields.
   alignas(64) std::mutex mutex_;
@@ -84,6 +87,9 @@ class ThreadPrinter : public AheadPrinter {
   std::vector<Job> queue_;
   bool finishing_ = false;
   std::atomic<bool> stopping_{false};
+  // Set when the printing thread ran out of memory: the reading side then fails
+  // the parse with 7 instead of getting a text with items missing.
+  std::atomic<bool> outOfMemory_{false};
   alignas(64) std::atomic<int32_t> printed_{0};
   // The printing thread's own, apart from all the rest: it changes with every
   // record, and a line shared with fields the reading side reads would go back and
@@ -132,7 +138,8 @@ void ThreadPrinter::WaitFor(int32_t count) {
   if (Printed() >= count) return;
   Flush();
   std::unique_lock<std::mutex> lock(mutex_);
-  progress_.wait(lock, [&] { return Printed() >= count; });
+  progress_.wait(lock, [&] { return Printed() >= count || outOfMemory_.load(); });
+  if (outOfMemory_.load()) throw std::bad_alloc();
 }
 
 Vessik_Concat ThreadPrinter::TakeText() {
@@ -143,7 +150,16 @@ Vessik_Concat ThreadPrinter::TakeText() {
   }
   wake_.notify_one();
   if (thread_.joinable()) thread_.join();
+  if (outOfMemory_.load()) throw std::bad_alloc();
   return std::move(text_);
+}
+
+void ThreadPrinter::RanOutOfMemory() {
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    outOfMemory_.store(true);
+  }
+  progress_.notify_all();
 }
 
 void ThreadPrinter::Stop() {
@@ -174,6 +190,12 @@ void ThreadPrinter::Run() {
       const int64_t before = text_.length();
       try {
         job.item->AppendText(text_, *job.layers);
+      } catch (const std::bad_alloc&) {
+        RanOutOfMemory();
+        return;
+      } catch (const std::length_error&) {
+        RanOutOfMemory();
+        return;
       } catch (...) {
         text_.Truncate(before);
       }

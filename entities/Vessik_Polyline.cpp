@@ -28,6 +28,10 @@ bool Guarded(bool ignoring, Step&& step) {
   try {
     step();
     return true;
+  } catch (const std::bad_alloc&) {
+    throw;  // memory that runs out ends the parse, as everywhere
+  } catch (const std::length_error&) {
+    throw;
   } catch (...) {
     return false;
   }

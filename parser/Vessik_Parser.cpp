@@ -57,6 +57,11 @@ std::string Vessik_Parser::Parse2(const std::string& TheFile, Vessik_CommonData*
     root_.reset();
     GroupPairs().Clear();
     RaisePlatformError(errnum::OutOfMemory);
+  } catch (const std::length_error&) {
+    // A size beyond what any container can hold: memory, too.
+    root_.reset();
+    GroupPairs().Clear();
+    RaisePlatformError(errnum::OutOfMemory);
   }
 }
 

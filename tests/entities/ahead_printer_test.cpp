@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -20,6 +21,15 @@ class Throws : public Vessik_Line {
   void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override {
     Vessik_Line::AppendText(Text, Layers);
     throw std::runtime_error("no text");
+  }
+};
+
+// A line whose printing runs out of memory after its record.
+class RunsOutOfMemory : public Vessik_Line {
+ public:
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override {
+    Vessik_Line::AppendText(Text, Layers);
+    throw std::bad_alloc();
   }
 };
 
@@ -83,6 +93,26 @@ TEST(AheadPrinter, ItemThatFailsIsLeftOutWhole) {
   printer->Submit(lines[1].get(), layers);
   EXPECT_EQ(std::string(printer->TakeText().View()),
             lines[0]->Vessik_IEntity_ToString(layers) + lines[1]->Vessik_IEntity_ToString(layers));
+}
+
+// Memory that runs out on the printing thread is no item's own failure: the
+// reading side gets it back, whether it waits for the items or takes the text.
+TEST(AheadPrinter, RunningOutOfMemoryReachesTheReadingSide) {
+  Vessik_Layers layers = OneLayer("A");
+  auto lines = Lines(2);
+  RunsOutOfMemory failing;
+  {
+    auto printer = AheadPrinter::Start(0);
+    ASSERT_TRUE(printer);
+    printer->Submit(lines[0].get(), layers);
+    printer->Submit(&failing, layers);
+    printer->Submit(lines[1].get(), layers);
+    EXPECT_THROW(printer->WaitFor(3), std::bad_alloc);
+  }
+  auto printer = AheadPrinter::Start(0);
+  ASSERT_TRUE(printer);
+  printer->Submit(&failing, layers);
+  EXPECT_THROW(printer->TakeText(), std::bad_alloc);
 }
 
 TEST(AheadPrinter, EachItemSeesTheLayersOfItsOwnTime) {

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -302,6 +303,30 @@ class FailsHalfWay : public Vessik_Line {
     throw std::runtime_error("half way");
   }
 };
+
+// An entity whose printing runs out of memory.
+class RunsOutOfMemory : public Vessik_Line {
+ public:
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override {
+    Vessik_Line::AppendText(Text, Layers);
+    throw std::bad_alloc();
+  }
+};
+
+// Leaving such an item out would give a text silently short: the failure goes on
+// up, and Parse2 turns it into 7.
+TEST(EntityText, RunningOutOfMemoryIsNoItemsFailure) {
+  Vessik_Insert root;
+  root.Entities = std::make_unique<Vessik_Entities>();
+  auto first = std::make_unique<Vessik_Line>();
+  auto failing = std::make_unique<RunsOutOfMemory>();
+  first->Vessik_IEntity_Parent(&root);
+  failing->Vessik_IEntity_Parent(&root);
+  root.Entities->Add(std::move(first));
+  root.Entities->Add(std::move(failing));
+  Vessik_Layers layers;
+  EXPECT_THROW(root.Vessik_IEntity_ToString(layers), std::bad_alloc);
+}
 
 TEST(EntityText, ItemFailingHalfWayLeavesNoPartOfItsText) {
   Vessik_Insert root;
