@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <new>
+#include <optional>
 
 #include "entities/EntityArena.h"
 #include "entities/Vessik_Insert.h"
@@ -46,6 +47,30 @@ void Vessik_Parser::SetLayers(Vessik_Layers& layers) {
 
 std::string Vessik_Parser::Parse2(const std::string& TheFile, Vessik_CommonData* Data,
                                   Vessik_Progress* Progress) {
+  // A parser holds one drawing: started again from its own progress handler, it
+  // would pull the layers and the tree from under the parse that is running.
+  if (busy_) RaisePlatformError(errnum::InvalidProcedureCall);
+  // Another parser may parse from a progress handler of this one on the same
+  // thread (a host that pumps its messages can do that). The group pairs are the
+  // thread's, so the running parse's pairs are set aside until the inner one ends.
+  thread_local int running = 0;
+  struct Nesting {
+    bool& busy;
+    std::optional<GroupPairTable> outer;
+    explicit Nesting(bool& b) : busy(b) {
+      if (running > 0) {
+        outer.emplace(std::move(GroupPairs()));
+        GroupPairs().Clear();
+      }
+      ++running;
+      busy = true;
+    }
+    ~Nesting() {
+      busy = false;
+      --running;
+      if (outer) GroupPairs() = std::move(*outer);
+    }
+  } nesting(busy_);
   // The memory kept for entity objects goes back when the parse ends, however.
   struct FreeKept {
     ~FreeKept() { FreeKeptEntityChunks(); }

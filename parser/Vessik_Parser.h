@@ -67,6 +67,8 @@ class Vessik_Parser {
   Vessik_Layers layers_;
   // Set while Parse2 builds the drawing that it prints once and drops.
   bool oneShot_ = false;
+  // Set while Parse2 runs.
+  bool busy_ = false;
 };
 
 }  // namespace vessik

@@ -1071,3 +1071,55 @@ TEST(Parse2, ShapesExampleGivesItsExpectedText) {
 
 }  // namespace
 }  // namespace vessik
+
+namespace vessik {
+namespace {
+
+// Each drawing's text made alone, at the tool's settings.
+std::string TextAlone(const std::string& path) {
+  Vessik_Parser parser;
+  Vessik_CommonData data = test::ToolDefaults();
+  Vessik_Progress progress;
+  return parser.Parse2(path, data, progress);
+}
+
+// A host that pumps its messages from the progress handler can start another
+// parse on the same thread: each keeps its own pairs, and both texts are those
+// each drawing gives alone.
+TEST(Parse2, AnotherParseFromTheProgressHandlerLeavesThisOneIntact) {
+  test::TempFile outerFile(test::Drawing(
+      {{0, "LINE"},   {5, "1"}, {8, "A"},  {10, "1"}, {20, "2"},  {11, "3"}, {21, "4"},
+       {0, "CIRCLE"}, {5, "2"}, {8, "A"},  {10, "5"}, {20, "6"},  {40, "7"}, {0, "LINE"},
+       {5, "3"},      {8, "B"}, {10, "8"}, {20, "9"}, {11, "10"}, {21, "11"}},
+      {{"A", 1}, {"B", 2}}));
+  test::TempFile innerFile(test::Drawing(
+      {{0, "ARC"}, {5, "9"}, {8, "C"}, {10, "0"}, {20, "0"}, {40, "2"}, {50, "10"}, {51, "80"}},
+      {{"C", 3}}));
+  const std::string outerAlone = TextAlone(outerFile.Path());
+  const std::string innerAlone = TextAlone(innerFile.Path());
+  ASSERT_EQ(test::Records(outerAlone).size(), 3u);
+  ASSERT_EQ(test::Records(innerAlone).size(), 1u);
+
+  Vessik_Parser outer;
+  Vessik_CommonData data = test::ToolDefaults();
+  Vessik_Progress progress;
+  std::vector<std::string> innerTexts;
+  int sameParserFailure = 0;
+  progress.Connect([&](int32_t value) {
+    if (value < 60 || !innerTexts.empty()) return;
+    innerTexts.push_back(TextAlone(innerFile.Path()));
+    // The parser that is running cannot start again.
+    Vessik_CommonData d = test::ToolDefaults();
+    Vessik_Progress p;
+    sameParserFailure = test::FailureNumber([&] { outer.Parse2(innerFile.Path(), d, p); });
+  });
+  EXPECT_EQ(outer.Parse2(outerFile.Path(), data, progress), outerAlone);
+  ASSERT_EQ(innerTexts.size(), 1u);
+  EXPECT_EQ(innerTexts[0], innerAlone);
+  EXPECT_EQ(sameParserFailure, errnum::InvalidProcedureCall);
+  ASSERT_EQ(outer.Layers().size(), 2u);
+  EXPECT_EQ(outer.Layers()[1]->Name, "B");
+}
+
+}  // namespace
+}  // namespace vessik
