@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <new>
+#include <stdexcept>
 
 #include "entities/EntityArena.h"
 #include "entities/Vessik_Insert.h"
@@ -53,6 +54,11 @@ std::string Vessik_Parser::Parse2(const std::string& TheFile, Vessik_CommonData*
     return RunStages(TheFile, Data, Progress);
   } catch (const std::bad_alloc&) {
     // A drawing too large for the memory at hand ends like any other failure.
+    root_.reset();
+    GroupPairs().Clear();
+    RaisePlatformError(errnum::OutOfMemory);
+  } catch (const std::length_error&) {
+    // A size beyond what a container can hold is an allocation that fails too.
     root_.reset();
     GroupPairs().Clear();
     RaisePlatformError(errnum::OutOfMemory);

@@ -12,11 +12,22 @@ namespace vessik {
 
 class Vessik_Array2D {
  public:
-  // Sizes the array to rows x cols and fills it with 0.
-  void Reset(int32_t rows, int32_t cols) {
-    rows_ = rows < 0 ? 0 : rows;
-    cols_ = cols < 0 ? 0 : cols;
-    data_.assign(static_cast<size_t>(rows_) * static_cast<size_t>(cols_), 0.0);
+  // Sizes the array to rows x cols and fills it with 0. The sizes come wide, so
+  // that a caller's p + 1 cannot overflow on the way in; a size below 0 leaves
+  // the array empty. A size that no memory can hold raises 7, the failure of an
+  // allocation, before anything is asked of the allocator.
+  void Reset(int64_t rows, int64_t cols) {
+    const int64_t r = rows < 0 ? 0 : rows;
+    const int64_t c = cols < 0 ? 0 : cols;
+    if (r > INT32_MAX || c > INT32_MAX) RaisePlatformError(errnum::OutOfMemory);
+    const size_t count = static_cast<size_t>(r) * static_cast<size_t>(c);
+    if (r != 0 && count / static_cast<size_t>(r) != static_cast<size_t>(c)) {
+      RaisePlatformError(errnum::OutOfMemory);
+    }
+    if (count > data_.max_size()) RaisePlatformError(errnum::OutOfMemory);
+    rows_ = static_cast<int32_t>(r);
+    cols_ = static_cast<int32_t>(c);
+    data_.assign(count, 0.0);
   }
   int32_t Rows() const { return rows_; }
   int32_t Cols() const { return cols_; }
