@@ -224,8 +224,9 @@ std::string ExtremeDegreeDrawing(const std::string& degree) {
 }
 
 TEST(CurveDrawing, ExtremeDegreesFailTheSameWayInEveryBuild) {
-  // Arrays of (p + 1) x (p + 1) that no memory holds: out of memory.
-  for (const char* degree : {"2147483647", "1100000000"}) {
+  // Work arrays of (p + 1) x (p + 1) above the 2^28 elements any array may
+  // have: out of memory, before any allocation is tried.
+  for (const char* degree : {"2147483647", "1100000000", "16384"}) {
     SCOPED_TRACE(degree);
     ExpectFailure([&] { Parse(ExtremeDegreeDrawing(degree)); }, 7, "Out of memory");
   }
@@ -234,6 +235,9 @@ TEST(CurveDrawing, ExtremeDegreesFailTheSameWayInEveryBuild) {
     SCOPED_TRACE(degree);
     ExpectFailure([&] { Parse(ExtremeDegreeDrawing(degree)); }, 9, "Subscript out of range");
   }
+  // A degree whose arrays are made but that the two knots cannot serve: the span
+  // at the last knot is below 0, and so is the first knot it reads.
+  ExpectFailure([&] { Parse(ExtremeDegreeDrawing("1000")); }, 9, "Subscript out of range");
 }
 
 TEST(CurveDrawing, EllipseWithoutEndPrintsNothing) {

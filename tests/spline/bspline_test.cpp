@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "parser/Vessik_Error.h"
@@ -123,13 +124,35 @@ TEST(BSplineFindSpan, DegreeOutsideTheKnotsRaises9) {
 }
 
 TEST(BSplineBasis, DegreeTooLargeForMemoryRaises7) {
-  for (int32_t p : {INT32_MAX, INT32_MAX - 1, 1100000000}) {
+  // 16384 is the smallest degree whose (p + 1) x (p + 1) array passes 2^28.
+  for (int32_t p : {INT32_MAX, INT32_MAX - 1, 1100000000, 16384}) {
     SCOPED_TRACE(p);
     Vessik_BSpline b;
     b.Init(p, {0, 1}, {});
     ExpectFailure([&] { b.ders_basis_functions(0, 0.5, 1); }, 7, "Out of memory");
     ExpectFailure([&] { b.bspline_ders_evaluate(1, 1); }, 7, "Out of memory");
   }
+}
+
+TEST(BSplineArray2D, SizesAboveTheLimitRaise7AndLeaveTheArray) {
+  Vessik_Array2D a;
+  a.Reset(2, 3);
+  a(1, 2) = 5;
+  for (const auto& [r, c] : std::vector<std::pair<int64_t, int64_t>>{
+           {16385, 16385},
+           {int64_t{1} << 28, 2},
+           {2, (int64_t{1} << 28) + 1},
+           {int64_t{1} << 31, int64_t{1} << 31},
+           {INT64_MAX, INT64_MAX},
+       }) {
+    ExpectFailure([&] { a.Reset(r, c); }, 7, "Out of memory");
+    EXPECT_EQ(a.Rows(), 2);
+    EXPECT_EQ(a.Cols(), 3);
+  }
+  // A size below 0 makes an empty array, with no failure.
+  a.Reset(INT64_MIN, 5);
+  EXPECT_EQ(a.Rows(), 0);
+  EXPECT_EQ(a.Cols(), 5);
 }
 
 TEST(BSplineBasis, NegativeDegreeRaises9) {
