@@ -76,9 +76,10 @@ const Vessik_Array2D& Vessik_BSpline::ders_basis_functions(int32_t span, double 
   Vessik_Array2D& a = a_;
   Vessik_Array2D& ders = ders_;
   // The sizes in 64 bits, as p may be any 32-bit value from the file. A degree
-  // whose arrays no memory holds fails here with 7; a degree below 0 leaves them
-  // empty, and the first write below raises 9. Past this point 0 <= p and
-  // (p + 1) squared doubles exist, so p + 1 and p + 2 do not overflow.
+  // whose arrays pass the limit of Vessik_Array2D fails here with 7; a degree
+  // below 0 leaves them empty, and the first write below raises 9. Past this
+  // point 0 <= p and (p + 1) squared is within the limit, so no sum of p with a
+  // loop counter overflows.
   const int64_t size = static_cast<int64_t>(p) + 1;
   ndu.Reset(size, size);
   a.Reset(2, size);
