@@ -89,6 +89,10 @@ Vessik_Error CurrentErrorAsVessik() {
     return e;
   } catch (const std::bad_alloc&) {
     return Vessik_Error(errnum::OutOfMemory, std::string(), PlatformErrorText(errnum::OutOfMemory));
+  } catch (const std::length_error&) {
+    // A container asked for more than it can ever hold: as for any allocation
+    // that fails, the memory is what ran out.
+    return Vessik_Error(errnum::OutOfMemory, std::string(), PlatformErrorText(errnum::OutOfMemory));
   } catch (...) {
     return Vessik_Error(errnum::InvalidProcedureCall, std::string(),
                         PlatformErrorText(errnum::InvalidProcedureCall));

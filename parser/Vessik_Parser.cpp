@@ -3,6 +3,7 @@
 #include <cstring>
 #include <new>
 #include <optional>
+#include <stdexcept>
 
 #include "entities/EntityArena.h"
 #include "entities/Vessik_Insert.h"

@@ -12,11 +12,28 @@ namespace vessik {
 
 class Vessik_Array2D {
  public:
-  // Sizes the array to rows x cols and fills it with 0.
-  void Reset(int32_t rows, int32_t cols) {
-    rows_ = rows < 0 ? 0 : rows;
-    cols_ = cols < 0 ? 0 : cols;
-    data_.assign(static_cast<size_t>(rows_) * static_cast<size_t>(cols_), 0.0);
+  // The most elements one array may have: 2^28 doubles, 2 GiB. The evaluator's
+  // largest array is (p + 1) x (p + 1) for a degree p that real curves keep
+  // below a few dozen; the limit is far above that. Above it the allocator is not
+  // asked at all: whether it would give that much depends on the machine, and a
+  // checked build stops where an unchecked one throws, so the answer has to be
+  // the same fixed 7 everywhere.
+  static constexpr int64_t kMaxElements = int64_t{1} << 28;
+
+  // Sizes the array to rows x cols and fills it with 0. The sizes come wide, so
+  // that a caller's p + 1 cannot overflow on the way in; a size below 0 leaves
+  // the array empty. More than kMaxElements raises 7, the failure of an
+  // allocation.
+  void Reset(int64_t rows, int64_t cols) {
+    const int64_t r = rows < 0 ? 0 : rows;
+    const int64_t c = cols < 0 ? 0 : cols;
+    // Each side checked alone first, so that the product below cannot overflow.
+    if (r > kMaxElements || c > kMaxElements || r * c > kMaxElements) {
+      RaisePlatformError(errnum::OutOfMemory);
+    }
+    rows_ = static_cast<int32_t>(r);
+    cols_ = static_cast<int32_t>(c);
+    data_.assign(static_cast<size_t>(r * c), 0.0);
   }
   int32_t Rows() const { return rows_; }
   int32_t Cols() const { return cols_; }

@@ -17,6 +17,14 @@ constexpr int32_t kMaxBisectionSteps = 200;
   RaiseCatalogued(CataloguedError("InvalidSpan"));
 }
 
+// A span worked out in 64 bits back to the 32 bits it is returned in. The degree
+// comes from the file and may be anywhere in its range, so m - p - 2 need not
+// fit; such a span is an integer overflow, failure 6, and never a wrapped value.
+int32_t SpanToInt32(int64_t span) {
+  if (span < INT32_MIN || span > INT32_MAX) RaisePlatformError(errnum::Overflow);
+  return static_cast<int32_t>(span);
+}
+
 }  // namespace
 
 void Vessik_BSpline::Init(int32_t IniDegree, const std::vector<double>& IniKnots,
@@ -26,24 +34,26 @@ void Vessik_BSpline::Init(int32_t IniDegree, const std::vector<double>& IniKnots
   HCPoints = IniHCPoints;
 }
 
-double Vessik_BSpline::Knot(int32_t i) const {
+double Vessik_BSpline::Knot(int64_t i) const {
   if (i < 0 || i > LastKnot()) RaisePlatformError(errnum::SubscriptOutOfRange);
   return Knots[static_cast<size_t>(i)];
 }
 
 int32_t Vessik_BSpline::findspan(double u) {
-  const int32_t p = Degree;
-  const int32_t m = LastKnot();
+  // 64 bits: the degree is the file's and any 32-bit value of it must give a
+  // defined span or a failure, never a wrapped sum.
+  const int64_t p = Degree;
+  const int64_t m = LastKnot();
   // At the very last knot the span is one below that of a clamped curve's end:
   // the march never evaluates there, and the value is relied on as it is.
-  if (u == Knot(m)) return m - p - 2;
+  if (u == Knot(m)) return SpanToInt32(m - p - 2);
   if (u < Knot(p)) {
     CurvePointValid() = false;
-    return p;
+    return static_cast<int32_t>(p);
   }
-  int32_t low = p;
-  int32_t high = m;
-  int32_t mid = (low + high) / 2;
+  int64_t low = p;
+  int64_t high = m;
+  int64_t mid = (low + high) / 2;
   if (!(u >= Knot(0) && u <= Knot(m))) RaiseInvalidSpan();
   int32_t steps = 0;
   while (!(u >= Knot(mid) && u < Knot(mid + 1))) {
@@ -56,7 +66,7 @@ int32_t Vessik_BSpline::findspan(double u) {
     mid = (low + high) / 2;
     PumpMessages();
   }
-  return mid;
+  return static_cast<int32_t>(mid);
 }
 
 const Vessik_Array2D& Vessik_BSpline::ders_basis_functions(int32_t span, double u, int32_t n) {
@@ -65,10 +75,16 @@ const Vessik_Array2D& Vessik_BSpline::ders_basis_functions(int32_t span, double 
   Vessik_Array2D& ndu = ndu_;
   Vessik_Array2D& a = a_;
   Vessik_Array2D& ders = ders_;
-  ndu.Reset(p + 1, p + 1);
-  a.Reset(2, p + 1);
-  ders.Reset(n + 1, p + 1);
-  const size_t sides = p + 2 > 0 ? static_cast<size_t>(p + 2) : 0;
+  // The sizes in 64 bits, as p may be any 32-bit value from the file. A degree
+  // whose arrays pass the limit of Vessik_Array2D fails here with 7; a degree
+  // below 0 leaves them empty, and the first write below raises 9. Past this
+  // point 0 <= p and (p + 1) squared is within the limit, so no sum of p with a
+  // loop counter overflows.
+  const int64_t size = static_cast<int64_t>(p) + 1;
+  ndu.Reset(size, size);
+  a.Reset(2, size);
+  ders.Reset(static_cast<int64_t>(n) + 1, size);
+  const size_t sides = size + 1 > 0 ? static_cast<size_t>(size + 1) : 0;
   left_.assign(sides, 0.0);
   right_.assign(sides, 0.0);
   std::vector<double>& left = left_;
@@ -78,14 +94,17 @@ const Vessik_Array2D& Vessik_BSpline::ders_basis_functions(int32_t span, double 
   for (int32_t j = 1; j <= p; ++j) {
     const size_t sj = static_cast<size_t>(j);
     // Past the end of the knots the last knot stands in, and the point is marked.
-    if (span - j + 1 <= m) {
-      left[sj] = u - Knot(span - j + 1);
+    // The span may lie far off the knots (m - p - 2 at the last knot): 64 bits.
+    const int64_t below = static_cast<int64_t>(span) - j + 1;
+    const int64_t above = static_cast<int64_t>(span) + j;
+    if (below <= m) {
+      left[sj] = u - Knot(below);
     } else {
       left[sj] = u - Knot(m);
       CurvePointValid() = false;
     }
-    if (span + j <= m) {
-      right[sj] = Knot(span + j) - u;
+    if (above <= m) {
+      right[sj] = Knot(above) - u;
     } else {
       right[sj] = Knot(m) - u;
       CurvePointValid() = false;
@@ -143,7 +162,7 @@ const Vessik_Array2D& Vessik_BSpline::ders_basis_functions(int32_t span, double 
 const Vessik_Array2D& Vessik_BSpline::bspline_ders_evaluate(int32_t n, double u) {
   const int32_t p = Degree;
   Vessik_Array2D& CK = ck_;
-  CK.Reset(n + 1, 3);
+  CK.Reset(static_cast<int64_t>(n) + 1, 3);
   int32_t span = findspan(u);
   const Vessik_Array2D& nders = ders_basis_functions(span, u, n);
   const int32_t du = static_cast<int32_t>(MinOf(n, p));
@@ -151,7 +170,8 @@ const Vessik_Array2D& Vessik_BSpline::bspline_ders_evaluate(int32_t n, double u)
   for (int32_t k = 0; k <= du; ++k) {
     for (int32_t j = 0; j <= p; ++j) {
       for (int32_t c = 0; c <= 2; ++c) {
-        int32_t i = span - p + j;
+        // 64 bits: span - p with a span near the bottom of its range.
+        const int64_t i = static_cast<int64_t>(span) - p + j;
         if (i > upper) {
           CurvePointValid() = false;
           continue;

@@ -26,7 +26,7 @@ class Vessik_BSpline {
 
  private:
   // A knot by index; an index outside the vector raises 9.
-  double Knot(int32_t i) const;
+  double Knot(int64_t i) const;
   int32_t LastKnot() const { return static_cast<int32_t>(Knots.size()) - 1; }
 
   int32_t Degree = 0;

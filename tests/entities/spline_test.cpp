@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <utility>
 #include <vector>
@@ -208,6 +209,35 @@ TEST(CurveDrawing, SplineWithFitPointsOnlyFailsTheParse) {
   } catch (const Vessik_Error& e) {
     EXPECT_EQ(e.Number(), 9);
   }
+}
+
+// A spline of the given degree with the two knots 1e7 and the double just above
+// it, and one control point. The march starts 1e-9 above the first knot, which
+// rounds to the second: the very first evaluation is at the last knot, where the
+// span is m - p - 2, and the degree alone decides what the work arrays become.
+std::string ExtremeDegreeDrawing(const std::string& degree) {
+  char next[40];
+  std::snprintf(next, sizeof next, "%.17g", std::nextafter(1e7, 2e7));
+  Pairs entities{{0, "SPLINE"}, {71, degree}, {40, "10000000"}, {40, next},
+                 {10, "0"},     {20, "0"},    {30, "0"}};
+  return Drawing(entities);
+}
+
+TEST(CurveDrawing, ExtremeDegreesFailTheSameWayInEveryBuild) {
+  // Work arrays of (p + 1) x (p + 1) above the 2^28 elements any array may
+  // have: out of memory, before any allocation is tried.
+  for (const char* degree : {"2147483647", "1100000000", "16384"}) {
+    SCOPED_TRACE(degree);
+    ExpectFailure([&] { Parse(ExtremeDegreeDrawing(degree)); }, 7, "Out of memory");
+  }
+  // A degree below 0 leaves the arrays empty: the first write is out of range.
+  for (const char* degree : {"-2147483648", "-1"}) {
+    SCOPED_TRACE(degree);
+    ExpectFailure([&] { Parse(ExtremeDegreeDrawing(degree)); }, 9, "Subscript out of range");
+  }
+  // A degree whose arrays are made but that the two knots cannot serve: the span
+  // at the last knot is below 0, and so is the first knot it reads.
+  ExpectFailure([&] { Parse(ExtremeDegreeDrawing("1000")); }, 9, "Subscript out of range");
 }
 
 TEST(CurveDrawing, EllipseWithoutEndPrintsNothing) {

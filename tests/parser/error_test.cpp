@@ -4,7 +4,10 @@
 
 #include <cstdio>
 #include <fstream>
+#include <functional>
+#include <new>
 #include <set>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -74,6 +77,40 @@ TEST(ErrorCatalogue, TheLibrarysOwnWords) {
   EXPECT_EQ(CataloguedError("InsertComponent").Text, "Vessik_Insert component failure");
   EXPECT_EQ(CataloguedError("InStrCountStart").Source, "InStrCount Function");
   EXPECT_EQ(CataloguedError("InStrCountStart").Text, "Start can't be smaller than 1");
+}
+
+Vessik_Error Converted(const std::function<void()>& raise) {
+  try {
+    raise();
+  } catch (...) {
+    return CurrentErrorAsVessik();
+  }
+  return Vessik_Error(0, "", "");
+}
+
+TEST(CurrentErrorAsVessik, EveryAllocationFailureIsOutOfMemory) {
+  for (const auto& raise : std::vector<std::function<void()>>{
+           [] { throw std::bad_alloc(); },
+           [] { throw std::length_error("vector::_M_fill_assign"); },
+           [] {
+             std::vector<double> v;
+             v.reserve(v.max_size() + 1);
+           },
+       }) {
+    const Vessik_Error e = Converted(raise);
+    EXPECT_EQ(e.Number(), 7);
+    EXPECT_EQ(e.Description(), "Out of memory");
+    EXPECT_EQ(e.Source(), "");
+  }
+}
+
+TEST(CurrentErrorAsVessik, OtherFailuresAreInvalidCallAndOwnOnesStay) {
+  Vessik_Error e = Converted([] { throw std::out_of_range("x"); });
+  EXPECT_EQ(e.Number(), 5);
+  EXPECT_EQ(e.Description(), "Invalid procedure call or argument");
+  e = Converted([] { RaisePlatformError(errnum::SubscriptOutOfRange); });
+  EXPECT_EQ(e.Number(), 9);
+  EXPECT_EQ(e.Description(), "Subscript out of range");
 }
 
 TEST(ErrorCatalogue, RaisingAppendsTheDetail) {

@@ -2,6 +2,9 @@
 
 #include <cmath>
 #include <cstdint>
+#include <functional>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "parser/Vessik_Error.h"
@@ -10,6 +13,16 @@
 
 namespace vessik {
 namespace {
+
+void ExpectFailure(const std::function<void()>& f, int32_t number, const std::string& words) {
+  try {
+    f();
+    FAIL() << "no failure";
+  } catch (const Vessik_Error& e) {
+    EXPECT_EQ(e.Number(), number);
+    EXPECT_EQ(e.Description(), words);
+  }
+}
 
 Vessik_BSpline Quadratic() {
   Vessik_BSpline b;
@@ -78,6 +91,76 @@ TEST(BSplineFindSpan, DegreeBeyondKnotsRaises9) {
   } catch (const Vessik_Error& e) {
     EXPECT_EQ(e.Number(), 9);
     EXPECT_EQ(e.Description(), "Subscript out of range");
+  }
+}
+
+TEST(BSplineFindSpan, LastKnotSpanBeyond32BitsRaises6) {
+  // m - p - 2 below the 32-bit range: 0 - 2147483647 - 2.
+  Vessik_BSpline high;
+  high.Init(INT32_MAX, {0}, {});
+  ExpectFailure([&] { high.findspan(0); }, 6, "Overflow");
+  // And above it: 2 + 2147483648 - 2.
+  Vessik_BSpline low;
+  low.Init(INT32_MIN, {0, 1, 2}, {});
+  ExpectFailure([&] { low.findspan(2); }, 6, "Overflow");
+}
+
+TEST(BSplineFindSpan, LastKnotSpanAtTheEdgesOf32Bits) {
+  Vessik_BSpline high;
+  high.Init(INT32_MAX, {0, 1}, {});
+  EXPECT_EQ(high.findspan(1), INT32_MIN);
+  Vessik_BSpline low;
+  low.Init(INT32_MIN, {0, 1}, {});
+  EXPECT_EQ(low.findspan(1), INT32_MAX);
+}
+
+TEST(BSplineFindSpan, DegreeOutsideTheKnotsRaises9) {
+  for (int32_t p : {INT32_MAX, INT32_MIN, -1}) {
+    SCOPED_TRACE(p);
+    Vessik_BSpline b;
+    b.Init(p, {0, 1}, {});
+    ExpectFailure([&] { b.findspan(0.5); }, 9, "Subscript out of range");
+  }
+}
+
+TEST(BSplineBasis, DegreeTooLargeForMemoryRaises7) {
+  // 16384 is the smallest degree whose (p + 1) x (p + 1) array passes 2^28.
+  for (int32_t p : {INT32_MAX, INT32_MAX - 1, 1100000000, 16384}) {
+    SCOPED_TRACE(p);
+    Vessik_BSpline b;
+    b.Init(p, {0, 1}, {});
+    ExpectFailure([&] { b.ders_basis_functions(0, 0.5, 1); }, 7, "Out of memory");
+    ExpectFailure([&] { b.bspline_ders_evaluate(1, 1); }, 7, "Out of memory");
+  }
+}
+
+TEST(BSplineArray2D, SizesAboveTheLimitRaise7AndLeaveTheArray) {
+  Vessik_Array2D a;
+  a.Reset(2, 3);
+  a(1, 2) = 5;
+  for (const auto& [r, c] : std::vector<std::pair<int64_t, int64_t>>{
+           {16385, 16385},
+           {int64_t{1} << 28, 2},
+           {2, (int64_t{1} << 28) + 1},
+           {int64_t{1} << 31, int64_t{1} << 31},
+           {INT64_MAX, INT64_MAX},
+       }) {
+    ExpectFailure([&] { a.Reset(r, c); }, 7, "Out of memory");
+    EXPECT_EQ(a.Rows(), 2);
+    EXPECT_EQ(a.Cols(), 3);
+  }
+  // A size below 0 makes an empty array, with no failure.
+  a.Reset(INT64_MIN, 5);
+  EXPECT_EQ(a.Rows(), 0);
+  EXPECT_EQ(a.Cols(), 5);
+}
+
+TEST(BSplineBasis, NegativeDegreeRaises9) {
+  for (int32_t p : {INT32_MIN, INT32_MIN + 1, -2, -1}) {
+    SCOPED_TRACE(p);
+    Vessik_BSpline b;
+    b.Init(p, {0, 1}, {});
+    ExpectFailure([&] { b.ders_basis_functions(0, 0.5, 1); }, 9, "Subscript out of range");
   }
 }
 
