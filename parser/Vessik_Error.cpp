@@ -22,7 +22,8 @@ constexpr std::array<ErrorInfo, 16> kCatalogue{{
     {errnum::Overflow, "Overflow", "", "Overflow",
      "a number that does not fit the 16- or 32-bit integer it must become"},
     {errnum::OutOfMemory, "OutOfMemory", "", "Out of memory",
-     "an allocation fails, a file of 4 GiB or more, or an arc cut into more than 2^20 segments"},
+     "an allocation fails, a file of 4 GiB or more, an arc cut into more than 2^20 segments, "
+     "or a spline whose degree needs a work array of more than 2^28 numbers"},
     {errnum::SubscriptOutOfRange, "SubscriptOutOfRange", "", "Subscript out of range",
      "a position outside an array or collection, or a pair past the end of the drawing"},
     {errnum::DivisionByZero, "DivisionByZero", "", "Division by zero",
