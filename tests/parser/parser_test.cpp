@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -1119,6 +1120,67 @@ TEST(Parse2, AnotherParseFromTheProgressHandlerLeavesThisOneIntact) {
   EXPECT_EQ(sameParserFailure, errnum::InvalidProcedureCall);
   ASSERT_EQ(outer.Layers().size(), 2u);
   EXPECT_EQ(outer.Layers()[1]->Name, "B");
+}
+
+}  // namespace
+}  // namespace vessik
+
+namespace vessik {
+namespace {
+
+// Parses on different threads do not meet: four threads parse four drawings at
+// once, several times each, and every text equals the one made alone.
+TEST(Parse2, FourThreadsAtOnceGiveTheTextsMadeAlone) {
+  const std::string shapes = std::string(VESSIK_EXAMPLES_DIR) + "/shapes.dxf";
+  test::TempFile lines(test::Drawing(
+      {{0, "LINE"}, {5, "1"}, {8, "A"}, {10, "1"}, {20, "2"}, {11, "3"}, {21, "4"}}, {{"A", 1}}));
+  test::TempFile polyline(test::Drawing({{0, "LWPOLYLINE"},
+                                         {5, "2"},
+                                         {8, "0"},
+                                         {70, "1"},
+                                         {10, "0"},
+                                         {20, "0"},
+                                         {42, "0.5"},
+                                         {10, "4"},
+                                         {20, "0"},
+                                         {10, "4"},
+                                         {20, "3"}}));
+  test::TempFile block(test::Drawing(
+      {{0, "INSERT"}, {5, "3"}, {8, "0"}, {2, "B"}, {10, "5"}, {20, "5"}, {50, "30"}}, {},
+      {{0, "BLOCK"},
+       {2, "B"},
+       {10, "0"},
+       {20, "0"},
+       {0, "ARC"},
+       {8, "0"},
+       {10, "0"},
+       {20, "0"},
+       {40, "2"},
+       {50, "0"},
+       {51, "90"},
+       {0, "CIRCLE"},
+       {8, "0"},
+       {10, "1"},
+       {20, "1"},
+       {40, "1"},
+       {0, "ENDBLK"}}));
+  const std::vector<std::string> paths{shapes, lines.Path(), polyline.Path(), block.Path()};
+  std::vector<std::string> alone;
+  for (const std::string& p : paths) alone.push_back(TextAlone(p));
+  for (const std::string& t : alone) ASSERT_FALSE(t.empty());
+
+  std::vector<std::vector<std::string>> got(paths.size());
+  std::vector<std::thread> threads;
+  for (size_t i = 0; i < paths.size(); ++i) {
+    threads.emplace_back([&, i] {
+      for (int round = 0; round < 5; ++round) got[i].push_back(TextAlone(paths[i]));
+    });
+  }
+  for (std::thread& t : threads) t.join();
+  for (size_t i = 0; i < paths.size(); ++i) {
+    ASSERT_EQ(got[i].size(), 5u);
+    for (const std::string& t : got[i]) EXPECT_EQ(t, alone[i]) << paths[i];
+  }
 }
 
 }  // namespace
