@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds and runs the whole test suite twice: in the debug configuration (with
-# AddressSanitizer and UndefinedBehaviorSanitizer) and in the release one.
+# AddressSanitizer and UndefinedBehaviorSanitizer) and in the release one; then
+# the threaded tests once more under ThreadSanitizer.
 # Exits non-zero when anything fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -17,4 +18,15 @@ for preset in debug release; do
   echo "== $preset: tests"
   ctest --test-dir "build/$preset" -j2 --output-on-failure || status=1
 done
+
+# The tests that run the printing thread, the entity arena and parses on several
+# threads, under ThreadSanitizer: any data race it sees fails the run.
+echo "== tsan: configure, build and the threaded tests"
+cmake --preset tsan -G "Unix Makefiles"
+cmake --build build/tsan -j2 --target test_entities test_parser
+export TSAN_OPTIONS="halt_on_error=1 exitcode=66"
+build/tsan/tests/test_entities --gtest_brief=1 \
+  --gtest_filter='AheadPrinter.*:EntityArena.*:EntityText.*:Insert.*:Progress.*:Cancel.*' || status=1
+build/tsan/tests/test_parser --gtest_brief=1 \
+  --gtest_filter='Parse2.*:Parse2Progress.*:ParseEntities.*:OneShot.*:PumpMessages.*' || status=1
 exit "$status"
