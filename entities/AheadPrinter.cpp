@@ -1,5 +1,7 @@
 #include "entities/AheadPrinter.h"
 
+#include "parser/Vessik_Error.h"
+
 namespace vessik {
 namespace {
 
@@ -51,7 +53,6 @@ std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t) {
 #include <condition_variable>
 #include <mutex>
 #include <new>
-#include <stdexcept>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -190,13 +191,11 @@ void ThreadPrinter::Run() {
       const int64_t before = text_.length();
       try {
         job.item->AppendText(text_, *job.layers);
-      } catch (const std::bad_alloc&) {
-        RanOutOfMemory();
-        return;
-      } catch (const std::length_error&) {
-        RanOutOfMemory();
-        return;
       } catch (...) {
+        if (InFlightIsOutOfMemory()) {
+          RanOutOfMemory();
+          return;
+        }
         text_.Truncate(before);
       }
     }

@@ -1,8 +1,6 @@
 #include "entities/Vessik_Insert.h"
 
 #include <cmath>
-#include <new>
-#include <stdexcept>
 
 #include "entities/AheadPrinter.h"
 #include "entities/EntityArena.h"
@@ -243,13 +241,10 @@ void Vessik_Insert::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
         try {
           Vessik_IEntity* item = Entities->Item(k).get();
           if (item != nullptr) item->AppendText(Text, Layers);
-        } catch (const std::bad_alloc&) {
+        } catch (...) {
           // Memory that runs out is no fault of one item: leaving the item out
           // would hand the host a text silently short. The parse fails with 7.
-          throw;
-        } catch (const std::length_error&) {
-          throw;
-        } catch (...) {
+          if (InFlightIsOutOfMemory()) throw;
           Text.Truncate(before);
         }
       }

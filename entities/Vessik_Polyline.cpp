@@ -6,6 +6,7 @@
 #include "geometry/Vessik_Point.h"
 #include "parser/GroupPairs.h"
 #include "parser/Vessik_Convert.h"
+#include "parser/Vessik_Error.h"
 #include "parser/Vessik_Utils.h"
 
 namespace vessik {
@@ -28,11 +29,8 @@ bool Guarded(bool ignoring, Step&& step) {
   try {
     step();
     return true;
-  } catch (const std::bad_alloc&) {
-    throw;  // memory that runs out ends the parse, as everywhere
-  } catch (const std::length_error&) {
-    throw;
   } catch (...) {
+    if (InFlightIsOutOfMemory()) throw;  // memory that runs out ends the parse
     return false;
   }
 }

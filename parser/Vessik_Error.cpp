@@ -83,20 +83,27 @@ void RaisePlatformError(int32_t number) {
   throw Vessik_Error(number, std::string(), PlatformErrorText(number));
 }
 
+bool InFlightIsOutOfMemory() {
+  try {
+    throw;
+  } catch (const std::bad_alloc&) {
+    return true;
+  } catch (const std::length_error&) {
+    return true;
+  } catch (...) {
+    return false;
+  }
+}
+
 Vessik_Error CurrentErrorAsVessik() {
   try {
     throw;
   } catch (const Vessik_Error& e) {
     return e;
-  } catch (const std::bad_alloc&) {
-    return Vessik_Error(errnum::OutOfMemory, std::string(), PlatformErrorText(errnum::OutOfMemory));
-  } catch (const std::length_error&) {
-    // A container asked for more than it can ever hold: as for any allocation
-    // that fails, the memory is what ran out.
-    return Vessik_Error(errnum::OutOfMemory, std::string(), PlatformErrorText(errnum::OutOfMemory));
   } catch (...) {
-    return Vessik_Error(errnum::InvalidProcedureCall, std::string(),
-                        PlatformErrorText(errnum::InvalidProcedureCall));
+    const int32_t number =
+        InFlightIsOutOfMemory() ? errnum::OutOfMemory : errnum::InvalidProcedureCall;
+    return Vessik_Error(number, std::string(), PlatformErrorText(number));
   }
 }
 

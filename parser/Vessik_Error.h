@@ -85,6 +85,11 @@ std::string PlatformErrorText(int32_t number);
 /// detail (if any) appended to the words.
 [[noreturn]] void RaiseCatalogued(const ErrorInfo& error, std::string_view detail = {});
 
+/// Whether the exception in flight is memory running out: std::bad_alloc, or
+/// std::length_error (a container asked for more than it can ever hold). Call
+/// only inside a catch block.
+bool InFlightIsOutOfMemory();
+
 /// Turns any exception in flight into a Vessik_Error: std::bad_alloc becomes 7,
 /// anything unknown becomes 5. Call only inside a catch block.
 Vessik_Error CurrentErrorAsVessik();

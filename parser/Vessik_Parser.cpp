@@ -78,13 +78,9 @@ std::string Vessik_Parser::Parse2(const std::string& TheFile, Vessik_CommonData*
   } freeKept;
   try {
     return RunStages(TheFile, Data, Progress);
-  } catch (const std::bad_alloc&) {
+  } catch (...) {
+    if (!InFlightIsOutOfMemory()) throw;
     // A drawing too large for the memory at hand ends like any other failure.
-    root_.reset();
-    GroupPairs().Clear();
-    RaisePlatformError(errnum::OutOfMemory);
-  } catch (const std::length_error&) {
-    // A size beyond what any container can hold: memory, too.
     root_.reset();
     GroupPairs().Clear();
     RaisePlatformError(errnum::OutOfMemory);
