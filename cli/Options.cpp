@@ -1,6 +1,8 @@
 #include "cli/Options.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
+#include <optional>
 #include <string>
 
 namespace vessik::cli {
@@ -19,6 +21,40 @@ Vessik_CommonData DefaultSettings() {
 }
 
 }  // namespace
+
+std::optional<uint64_t> ParseSize(const std::string& text) {
+  uint64_t value = 0;
+  size_t i = 0;
+  for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) {
+    const auto digit = static_cast<uint64_t>(text[i] - '0');
+    if (value > (UINT64_MAX - digit) / 10) return std::nullopt;
+    value = value * 10 + digit;
+  }
+  if (i == 0) return std::nullopt;
+  int shift = 0;
+  if (i + 1 == text.size()) {
+    switch (text[i]) {
+      case 'K':
+      case 'k':
+        shift = 10;
+        break;
+      case 'M':
+      case 'm':
+        shift = 20;
+        break;
+      case 'G':
+      case 'g':
+        shift = 30;
+        break;
+      default:
+        return std::nullopt;
+    }
+  } else if (i != text.size()) {
+    return std::nullopt;
+  }
+  if (value > (UINT64_MAX >> shift)) return std::nullopt;
+  return value << shift;
+}
 
 ParseResult ParseCommandLine(int argc, char** argv) {
   ParseResult result;
@@ -41,6 +77,23 @@ ParseResult ParseCommandLine(int argc, char** argv) {
                "TAB RGB value, one per line");
   app.add_flag("--progress-values", o.progressValues,
                "Write each progress value to standard error, one per line");
+  app.add_option_function<std::string>(
+         "--max-memory",
+         [&o](const std::string& text) {
+           const std::optional<uint64_t> size = ParseSize(text);
+           if (!size) throw CLI::ValidationError("--max-memory", "not a size: " + text);
+           o.maxMemory = *size;
+         },
+         "Most memory the parse may hold, in bytes or with a K, M or G suffix (512M, 2G); "
+         "past it the parse fails with 7. Default: half of the physical memory (0 also "
+         "means that)")
+      ->type_name("SIZE");
+  app.add_option("--timeout", o.timeoutSeconds,
+                 "Stop the parse after this many seconds, write nothing and exit with 3 "
+                 "(0: no limit)")
+      ->type_name("SECONDS")
+      ->capture_default_str()
+      ->check(CLI::NonNegativeNumber);
 
   app.add_option("--tolerance", s.Tolerance,
                  "Drawing units. Largest deviation of the arcs and lines that replace an "

@@ -23,6 +23,8 @@ struct Options {
   std::string outputFile;  // empty: standard output
   bool layers = false;
   bool progressValues = false;
+  uint64_t maxMemory = 0;     // bytes; 0 for the library's default
+  double timeoutSeconds = 0;  // 0: no limit
   Vessik_CommonData settings;
 };
 
@@ -34,5 +36,12 @@ struct ParseResult {
 };
 
 ParseResult ParseCommandLine(int argc, char** argv);
+
+// A size in bytes, with an optional K, M or G (powers of 1024; upper or lower case)
+// behind a whole number. Nothing for text that is no such size, or too large.
+std::optional<uint64_t> ParseSize(const std::string& text);
+
+// Exit status of a parse stopped by --timeout.
+inline constexpr int kTimedOutStatus = 3;
 
 }  // namespace vessik::cli

@@ -3,6 +3,7 @@
 #include <exception>
 #include <string>
 
+#include "cli/Deadline.h"
 #include "cli/Options.h"
 #include "cli/Output.h"
 #include "cli/ProgressReport.h"
@@ -16,10 +17,23 @@ int Run(const Options& options) {
   Vessik_Progress progress;
   ProgressReport report(progress, options.progressValues,
                         !options.progressValues && StandardErrorIsTerminal());
+  SetMemoryBudget(options.maxMemory);
   try {
     Vessik_Parser parser;
     Vessik_CommonData settings = options.settings;
-    std::string text = parser.Parse2(options.drawing, settings, progress);
+    std::string text;
+    {
+      Deadline deadline(progress, options.timeoutSeconds);
+      text = parser.Parse2(options.drawing, settings, progress);
+      if (deadline.Expired()) {
+        // The parse saw the cancel and gave the empty text, or ended just then:
+        // either way the time was up, and nothing is written.
+        report.Finish();
+        std::fprintf(stderr, "vessik: timed out after %g seconds; nothing written\n",
+                     options.timeoutSeconds);
+        return kTimedOutStatus;
+      }
+    }
     report.Finish();
     if (options.layers) text = LayersText(parser.Layers());
     WriteOutput(text, options.outputFile);

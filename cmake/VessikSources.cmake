@@ -6,6 +6,7 @@ set(VESSIK_LIBRARY_SOURCES
   parser/Lickety.cpp
   parser/LoadDXF.cpp
   parser/NameLookup.cpp
+  parser/ParseLimits.cpp
   parser/Vessik_Color.cpp
   parser/Vessik_Concat.cpp
   parser/Vessik_Convert.cpp

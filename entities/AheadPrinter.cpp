@@ -51,6 +51,7 @@ std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t) {
 
 #include <atomic>
 #include <condition_variable>
+#include <exception>
 #include <mutex>
 #include <new>
 #include <system_error>
@@ -59,6 +60,7 @@ std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t) {
 #include <vector>
 
 #include "entities/Vessik_IEntity.h"
+#include "parser/ParseLimits.h"
 #include "parser/Vessik_Utils.h"
 
 namespace vessik {
@@ -79,7 +81,8 @@ class ThreadPrinter : public AheadPrinter {
 
  private:
   void Stop();
-  void RanOutOfMemory();
+  void Fail();
+  void RethrowFailure();
 
   // Shared, under mutex_, apart from the reading side's fields.
   alignas(64) std::mutex mutex_;
@@ -88,9 +91,11 @@ class ThreadPrinter : public AheadPrinter {
   std::vector<Job> queue_;
   bool finishing_ = false;
   std::atomic<bool> stopping_{false};
-  // Set when the printing thread ran out of memory: the reading side then fails
-  // the parse with 7 instead of getting a text with items missing.
-  std::atomic<bool> outOfMemory_{false};
+  // Set when the printing thread ran out of memory or saw a cancel: the reading
+  // side then ends the parse the same way instead of getting a text with items
+  // missing. failure_ is written before failed_ is set, and read only after.
+  std::atomic<bool> failed_{false};
+  std::exception_ptr failure_;
   alignas(64) std::atomic<int32_t> printed_{0};
   // The printing thread's own, apart from all the rest: it changes with every
   // record, and a line shared with fields the reading side reads would go back and
@@ -103,12 +108,15 @@ class ThreadPrinter : public AheadPrinter {
 std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t textSizeHint) {
   auto printer = std::make_unique<ThreadPrinter>();
   if (textSizeHint > 0) printer->Reserve(textSizeHint);
-  // Numbers are written with the decimal separator of the calling thread's locale.
+  // Numbers are written with the decimal separator of the calling thread's locale,
+  // and the memory and the cancel flag are those of the calling thread's parse.
   locale_t locale = uselocale(static_cast<locale_t>(nullptr));
+  ParseLimits* limits = CurrentParseLimits();
   try {
-    printer->thread_ = std::thread([p = printer.get(), locale] {
+    printer->thread_ = std::thread([p = printer.get(), locale, limits] {
       uselocale(locale);
       SilencePump();
+      ParseLimitsScope scope(limits);
       p->Run();
     });
   } catch (const std::system_error&) {
@@ -139,8 +147,13 @@ void ThreadPrinter::WaitFor(int32_t count) {
   if (Printed() >= count) return;
   Flush();
   std::unique_lock<std::mutex> lock(mutex_);
-  progress_.wait(lock, [&] { return Printed() >= count || outOfMemory_.load(); });
-  if (outOfMemory_.load()) throw std::bad_alloc();
+  progress_.wait(lock, [&] { return Printed() >= count || failed_.load(); });
+  lock.unlock();
+  RethrowFailure();
+}
+
+void ThreadPrinter::RethrowFailure() {
+  if (failed_.load()) std::rethrow_exception(failure_);
 }
 
 Vessik_Concat ThreadPrinter::TakeText() {
@@ -151,14 +164,15 @@ Vessik_Concat ThreadPrinter::TakeText() {
   }
   wake_.notify_one();
   if (thread_.joinable()) thread_.join();
-  if (outOfMemory_.load()) throw std::bad_alloc();
+  RethrowFailure();
   return std::move(text_);
 }
 
-void ThreadPrinter::RanOutOfMemory() {
+void ThreadPrinter::Fail() {
   {
     std::lock_guard<std::mutex> lock(mutex_);
-    outOfMemory_.store(true);
+    failure_ = std::current_exception();
+    failed_.store(true);
   }
   progress_.notify_all();
 }
@@ -192,8 +206,8 @@ void ThreadPrinter::Run() {
       try {
         job.item->AppendText(text_, *job.layers);
       } catch (...) {
-        if (InFlightIsOutOfMemory()) {
-          RanOutOfMemory();
+        if (InFlightEndsTheParse()) {
+          Fail();
           return;
         }
         text_.Truncate(before);

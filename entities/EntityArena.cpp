@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "parser/ParseLimits.h"
+
 #ifdef __linux__
 #include <sys/mman.h>
 #endif
@@ -89,14 +91,20 @@ struct alignas(kAlign) ChunkHeader {
   std::atomic<int64_t> live{kFilling};
 };
 
+// A chunk in use counts whole against the running parse's memory, from when it is
+// taken until its last object goes.
 void* NewChunk() {
+  ChargeMemory(kChunkSize);
   if (void* p = TakeKeptChunk()) return new (p) ChunkHeader;
 #ifdef _WIN32
   void* p = _aligned_malloc(kChunkSize, kChunkSize);
 #else
   void* p = std::aligned_alloc(kChunkSize, kChunkSize);
 #endif
-  if (p == nullptr) throw std::bad_alloc();
+  if (p == nullptr) {
+    RefundMemory(kChunkSize);
+    throw std::bad_alloc();
+  }
   chunksHeld.fetch_add(1, std::memory_order_relaxed);
 #ifdef __linux__
   madvise(p, kChunkSize, MADV_HUGEPAGE);
@@ -108,6 +116,7 @@ void* NewChunk() {
 // Takes count off the chunk's objects; the chunk goes when none are left.
 void DropReferences(ChunkHeader* chunk, int64_t count) noexcept {
   if (chunk->live.fetch_sub(count, std::memory_order_acq_rel) != count) return;
+  RefundMemory(kChunkSize);
   chunk->~ChunkHeader();
   if (!KeepChunk(chunk)) FreeChunk(chunk);
 }
@@ -172,7 +181,15 @@ size_t Rounded(size_t size) {
 }  // namespace
 
 void* AllocateEntity(size_t size) {
-  if (size > kLargest) return ::operator new(size);
+  if (size > kLargest) {
+    ChargeMemory(size);
+    try {
+      return ::operator new(size);
+    } catch (...) {
+      RefundMemory(size);
+      throw;
+    }
+  }
   return filling.Take(Rounded(size));
 }
 
@@ -180,6 +197,7 @@ void FreeEntity(void* block, size_t size) noexcept {
   if (block == nullptr) return;
   if (size > kLargest) {
     ::operator delete(block);
+    RefundMemory(size);
     return;
   }
   VESSIK_POISON(block, Rounded(size));

@@ -6,6 +6,7 @@
 #include "entities/RecordText.h"
 #include "geometry/Vessik_Aaa.h"
 #include "geometry/Vessik_Math.h"
+#include "parser/ParseLimits.h"
 #include "parser/Vessik_CommonData.h"
 #include "parser/Vessik_Convert.h"
 #include "parser/Vessik_Error.h"
@@ -49,12 +50,13 @@ void Vessik_Arc::AppendSegments(Vessik_Concat& Text, Vessik_Layers& Layers) {
   // Cut in object coordinates with the unscaled radius, then extrusion, then the
   // block chain: the deviation of the output scales with the chain.
   const Vessik_Point N(ExtrX, ExtrY, ExtrZ);
-  std::vector<Vessik_Line> L = Arc2Polyline();
+  BudgetVector<Vessik_Line> L = Arc2Polyline();
   Vessik_Aaa aaa;
   for (Vessik_Line& line : L) {
     aaa.PlaceEnds(line, N, parent_);
     PumpMessages();
   }
+  PollCancel();
   for (Vessik_Line& line : L) {
     // The segments have no parent: they print as they stand.
     line.AppendText(Text, Layers);
@@ -99,8 +101,8 @@ Vessik_Arc Vessik_Arc::Arc2TransformedArc() const {
   return T;
 }
 
-std::vector<Vessik_Line> Vessik_Arc::Arc2Polyline() const {
-  std::vector<Vessik_Line> L;
+BudgetVector<Vessik_Line> Vessik_Arc::Arc2Polyline() const {
+  BudgetVector<Vessik_Line> L;
   double a = SA;
   double e = EA;
   if (e < a) e = e + 360;
@@ -123,6 +125,7 @@ std::vector<Vessik_Line> Vessik_Arc::Arc2Polyline() const {
     Vessik_Point Q(std::cos(Deg2Rad(a)) * R + CX, std::sin(Deg2Rad(a)) * R + CY, CZ);
     if (i > 0) {
       if (i > kMaxSegments) RaisePlatformError(errnum::OutOfMemory);
+      if (i % 4096 == 0) PollCancel();
       Vessik_Line& line = L.emplace_back();
       line.X1 = prev.X;
       line.Y1 = prev.Y;

@@ -11,6 +11,7 @@
 #include "entities/Vessik_Entity.h"
 #include "entities/Vessik_Line.h"
 #include "geometry/Vessik_Point.h"
+#include "parser/ParseLimits.h"
 
 namespace vessik {
 
@@ -51,7 +52,7 @@ class Vessik_Arc : public Vessik_Entity {
   Vessik_Arc Arc2TransformedArc() const;
   // Straight segments from SA to EA in object coordinates, with the arc's Id, Layer
   // and Colour; empty when the arc has no length.
-  std::vector<Vessik_Line> Arc2Polyline() const;
+  BudgetVector<Vessik_Line> Arc2Polyline() const;
   // Angle step in degrees for an arc of Angle degrees.
   static double StepAngle(double Angle, double R, double MaxDev, double MinLength,
                           double MaxLength);

@@ -58,6 +58,7 @@ int32_t ReadGroups(int32_t StartLine, OnGroup&& onGroup);
 }  // namespace vessik
 
 #include "parser/GroupPairs.h"
+#include "parser/ParseLimits.h"
 
 namespace vessik {
 
@@ -68,6 +69,8 @@ int32_t ReadGroups(int32_t StartLine, OnGroup&& onGroup) {
     int32_t code = pairs.Code(i);
     if (code == 0) return i - 1;
     onGroup(code, pairs.Value(i));
+    // One entity may hold millions of groups (a long polyline).
+    if ((i & 0xFFFF) == 0) PollCancel();
   }
 }
 

@@ -9,6 +9,7 @@
 #include "geometry/Vessik_Math.h"
 #include "parser/LargeMemory.h"
 #include "parser/NameLookup.h"
+#include "parser/ParseLimits.h"
 #include "parser/Vessik_Concat.h"
 #include "parser/Vessik_Error.h"
 #include "parser/Vessik_Progress.h"
@@ -138,15 +139,25 @@ void Vessik_Insert::ReadItems(Vessik_Entities& result, int32_t StartLine, int32_
   int32_t freed = 0;
   int32_t i = StartLine;
   while (i <= EndLine) {
+    // Inside a block, a cancel stops the expansion at once; the top level ends its
+    // loop the usual way below.
+    if (!topLevel) PollCancel();
     int keyword = KeywordIndex(pairs.Value(i));
     std::unique_ptr<Vessik_IEntity> entity = keyword >= 0 ? CreateEntity(keyword) : nullptr;
     if (entity) {
       entity->Vessik_IEntity_Parent(Parent);
-      i = entity->Vessik_IEntity_Read(i + 1, Layers);
-      if (keyword == kInsertKeyword) {
-        static_cast<Vessik_Insert*>(entity.get())->ExpandBlock(Data, Blocks, Layers, Level + 1);
+      try {
+        i = entity->Vessik_IEntity_Read(i + 1, Layers);
+        if (keyword == kInsertKeyword) {
+          static_cast<Vessik_Insert*>(entity.get())->ExpandBlock(Data, Blocks, Layers, Level + 1);
+        }
+        entity->Vessik_IEntity_Init(Data);
+      } catch (const ParseCanceled&) {
+        // Cancelled inside a long item (a fit, an expansion): the item goes
+        // unfinished, and the top level ends as after any cancel.
+        if (!topLevel) throw;
+        return DropRead(result);
       }
-      entity->Vessik_IEntity_Init(Data);
       result.Add(std::move(entity));
       if (topLevel && printer_) {
         // With no layer yet, an item would print "NoName" now but the first layer's
@@ -171,18 +182,19 @@ void Vessik_Insert::ReadItems(Vessik_Entities& result, int32_t StartLine, int32_
       if (oneShot_ && percent > lastPercent) GroupPairs().ReleaseRead(StartLine, i);
       lastPercent = percent;
       if (progress_ == nullptr) RaisePlatformError(errnum::ObjectNotSet);
-      if (progress_->IsCanceled()) {
-        printer_.reset();
-        // The items read so far go, from the front; clearing them all at once keeps
-        // this linear in a large drawing.
-        for (auto& item : result) item.reset();
-        result.Clear();
-        return;
-      }
+      if (progress_->IsCanceled()) return DropRead(result);
     }
     PumpMessages();
     i = i + 1;
   }
+}
+
+void Vessik_Insert::DropRead(Vessik_Entities& result) {
+  printer_.reset();
+  // The items read so far go, from the front; clearing them all at once keeps this
+  // linear in a large drawing.
+  for (auto& item : result) item.reset();
+  result.Clear();
 }
 
 std::string Vessik_Insert::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
@@ -232,6 +244,7 @@ void Vessik_Insert::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
         }
       }
       lastPercent = percent;
+      PollCancel();
       if (printer_ && k <= printer_->Submitted()) {
         // Printed while the drawing was read.
         printer_->WaitFor(k);
@@ -243,8 +256,9 @@ void Vessik_Insert::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
           if (item != nullptr) item->AppendText(Text, Layers);
         } catch (...) {
           // Memory that runs out is no fault of one item: leaving the item out
-          // would hand the host a text silently short. The parse fails with 7.
-          if (InFlightIsOutOfMemory()) throw;
+          // would hand the host a text silently short. The parse fails with 7; a
+          // cancel ends it too.
+          if (InFlightEndsTheParse()) throw;
           Text.Truncate(before);
         }
       }

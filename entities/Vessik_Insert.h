@@ -97,6 +97,8 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
                  const std::vector<Vessik_Block>& Blocks, Vessik_Layers& Layers, int Level);
   // Hands the items read but not yet handed over to the printing thread.
   void HandOver(Vessik_Entities& items, Vessik_Layers& Layers);
+  // After a cancel: stops the printing thread and drops the items read so far.
+  void DropRead(Vessik_Entities& result);
   // Ends the printing thread and puts its text in front of what follows in Text.
   void TakePrintedText(Vessik_Concat& Text);
 

@@ -2,6 +2,7 @@
 
 #include "geometry/Vessik_Math.h"
 #include "geometry/Vessik_Point.h"
+#include "parser/ParseLimits.h"
 #include "parser/Vessik_Convert.h"
 #include "parser/Vessik_Error.h"
 #include "parser/Vessik_Utils.h"
@@ -107,6 +108,7 @@ void Vessik_LwPolyline::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
   for (const Vessik_PolySegment& segment : lines_) {
     segment.ToLine(*this).AppendText(Text, Layers);
     PumpMessages();
+    PollCancel();
   }
 }
 

@@ -10,6 +10,7 @@
 #include "entities/Vessik_Entity.h"
 #include "entities/Vessik_Line.h"
 #include "entities/Vessik_PolySegment.h"
+#include "parser/ParseLimits.h"
 
 namespace vessik {
 
@@ -27,7 +28,7 @@ class Vessik_LwPolyline : public Vessik_Entity {
  private:
   void AddLine(int32_t Index, double X1, double Y1, double X2, double Y2, double Bulge);
 
-  std::vector<Vessik_PolySegment> lines_;
+  BudgetVector<Vessik_PolySegment> lines_;
 };
 
 }  // namespace vessik

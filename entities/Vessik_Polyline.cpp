@@ -5,6 +5,7 @@
 #include "geometry/Vessik_Math.h"
 #include "geometry/Vessik_Point.h"
 #include "parser/GroupPairs.h"
+#include "parser/ParseLimits.h"
 #include "parser/Vessik_Convert.h"
 #include "parser/Vessik_Error.h"
 #include "parser/Vessik_Utils.h"
@@ -30,7 +31,7 @@ bool Guarded(bool ignoring, Step&& step) {
     step();
     return true;
   } catch (...) {
-    if (InFlightIsOutOfMemory()) throw;  // memory that runs out ends the parse
+    if (InFlightEndsTheParse()) throw;  // a cancel, or memory that runs out
     return false;
   }
 }
@@ -168,6 +169,7 @@ void Vessik_Polyline::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
   for (const Vessik_PolySegment& segment : lines_) {
     segment.ToLine(*this).AppendText(Text, Layers);
     PumpMessages();
+    PollCancel();
   }
 }
 

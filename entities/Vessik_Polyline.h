@@ -9,6 +9,7 @@
 #include "entities/Vessik_Entity.h"
 #include "entities/Vessik_Line.h"
 #include "entities/Vessik_PolySegment.h"
+#include "parser/ParseLimits.h"
 
 namespace vessik {
 
@@ -37,7 +38,7 @@ class Vessik_Polyline : public Vessik_Entity {
   void AddSegment(const VertexValues& From, const Vessik_Vertex& To);
   void AddClosingSegment(double Bulge);
 
-  std::vector<Vessik_PolySegment> lines_;
+  BudgetVector<Vessik_PolySegment> lines_;
 };
 
 }  // namespace vessik

@@ -3,6 +3,7 @@
 #include "geometry/Vessik_ArcGeo.h"
 #include "geometry/Vessik_LineGeo.h"
 #include "geometry/Vessik_Math.h"
+#include "parser/ParseLimits.h"
 #include "parser/Vessik_CommonData.h"
 #include "parser/Vessik_Convert.h"
 #include "parser/Vessik_Error.h"
@@ -92,12 +93,16 @@ void Vessik_Spline::Spline2Arcs(double Tolerance, int32_t InitialSegments, int32
   nodes_ = Vessik_Collection<NodeList>();
   FitSections(biArcs_, nodes_);
   geos_ = Biarcs2Geos(biArcs_);
+  // The evaluator's work arrays grow with the square of the degree, and the
+  // drawing does not evaluate the curve after its fit: they go now, not with it.
+  nurbs_->FreeWorkArrays();
 }
 
 void Vessik_Spline::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
   for (const Vessik_Geo& g : geos_) {
     g.AppendText(Text, Layers);
     PumpMessages();
+    PollCancel();
   }
 }
 

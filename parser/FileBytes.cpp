@@ -1,5 +1,6 @@
 #include "parser/FileBytes.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -10,10 +11,19 @@
 #include <utility>
 
 #include "parser/LargeMemory.h"
+#include "parser/ParseLimits.h"
 #include "parser/Vessik_Error.h"
+#include "parser/Vessik_Utils.h"
 
 #ifdef __linux__
 #include <sys/mman.h>
+#endif
+#ifndef _WIN32
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #endif
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -24,14 +34,94 @@ namespace {
 
 constexpr size_t kHugePage = size_t{2} << 20;
 
+// The file is read in pieces of this size, between which the host's messages run
+// and a cancel is seen.
+constexpr size_t kReadPiece = size_t{1} << 20;
+
 char* Allocate(size_t size) {
   return static_cast<char*>(AllocateLarge(size));
 }
+
+// Between two pieces of a long read.
+void BetweenPieces() {
+  PumpMessages();
+  PollCancelWhileLoading();
+}
+
+#ifdef _WIN32
+
+FileBytes ReadRegularFile(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) RaisePlatformError(errnum::PathFileAccess);
+  in.seekg(0, std::ios::end);
+  std::streamoff size = in.tellg();
+  if (size < 0) RaisePlatformError(errnum::PathFileAccess);
+  in.seekg(0, std::ios::beg);
+  FileBytes bytes(static_cast<size_t>(size));
+  for (size_t done = 0; done < bytes.size();) {
+    const size_t piece = std::min(kReadPiece, bytes.size() - done);
+    // Fewer bytes than the length promised: the file got shorter while it was read.
+    if (!in.read(bytes.data() + done, static_cast<std::streamsize>(piece))) {
+      RaisePlatformError(errnum::PathFileAccess);
+    }
+    done += piece;
+    BetweenPieces();
+  }
+  return bytes;
+}
+
+#else
+
+struct Descriptor {
+  int fd;
+  ~Descriptor() { close(fd); }
+};
+
+bool SameVersion(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
+         a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+}
+
+FileBytes ReadRegularFile(const std::filesystem::path& path) {
+  // Not blocking: should the name become a FIFO after it was looked at, the open
+  // must not wait for a writer.
+  Descriptor file{open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)};
+  if (file.fd < 0) RaisePlatformError(errnum::PathFileAccess);
+  struct stat before;
+  if (fstat(file.fd, &before) != 0 || !S_ISREG(before.st_mode) || before.st_size < 0) {
+    RaisePlatformError(errnum::PathFileAccess);
+  }
+  FileBytes bytes(static_cast<size_t>(before.st_size));
+  for (size_t done = 0; done < bytes.size();) {
+    const size_t piece = std::min(kReadPiece, bytes.size() - done);
+    const ssize_t n = read(file.fd, bytes.data() + done, piece);
+    if (n < 0 && errno == EINTR) continue;
+    // An end before the length seen at the start: the file got shorter.
+    if (n <= 0) RaisePlatformError(errnum::PathFileAccess);
+    done += static_cast<size_t>(n);
+    BetweenPieces();
+  }
+  // A drawing written to or replaced while it was read would come out as a mix of
+  // two files that never existed as such: the same file must still be there, at
+  // the same length and time of change, with nothing behind what was read.
+  struct stat after;
+  struct stat named;
+  char beyond;
+  if (fstat(file.fd, &after) != 0 || !SameVersion(before, after) ||
+      stat(path.c_str(), &named) != 0 || !SameVersion(before, named) ||
+      read(file.fd, &beyond, 1) != 0) {
+    RaisePlatformError(errnum::PathFileAccess);
+  }
+  return bytes;
+}
+
+#endif
 
 }  // namespace
 
 void* AllocateLarge(size_t size) {
   if (size == 0) return nullptr;
+  ChargeMemory(size);
   void* p = nullptr;
 #ifdef __linux__
   if (size >= 4 * kHugePage) {
@@ -41,12 +131,17 @@ void* AllocateLarge(size_t size) {
   }
 #endif
   if (p == nullptr) p = std::malloc(size);
-  if (p == nullptr) throw std::bad_alloc();
+  if (p == nullptr) {
+    RefundMemory(size);
+    throw std::bad_alloc();
+  }
   return p;
 }
 
-void FreeLarge(void* block) noexcept {
+void FreeLarge(void* block, size_t size) noexcept {
+  if (block == nullptr) return;
   std::free(block);
+  RefundMemory(size);
 }
 
 void AdviseHugePages(void* block, size_t size) noexcept {
@@ -80,7 +175,8 @@ void ReleasePages(void* begin, void* end) noexcept {
 #endif
 }
 
-FileBytes::FileBytes(size_t size) : block_(Allocate(size)), data_(block_), size_(size) {}
+FileBytes::FileBytes(size_t size)
+    : block_(Allocate(size)), data_(block_), size_(size), allocated_(size) {}
 
 FileBytes::FileBytes(const std::string& text) : FileBytes(text.size()) {
   if (!text.empty()) std::memcpy(data_, text.data(), text.size());
@@ -93,7 +189,8 @@ FileBytes::~FileBytes() {
 FileBytes::FileBytes(FileBytes&& other) noexcept
     : block_(std::exchange(other.block_, nullptr)),
       data_(std::exchange(other.data_, nullptr)),
-      size_(std::exchange(other.size_, 0)) {}
+      size_(std::exchange(other.size_, 0)),
+      allocated_(std::exchange(other.allocated_, 0)) {}
 
 FileBytes& FileBytes::operator=(FileBytes&& other) noexcept {
   if (this != &other) {
@@ -101,15 +198,17 @@ FileBytes& FileBytes::operator=(FileBytes&& other) noexcept {
     block_ = std::exchange(other.block_, nullptr);
     data_ = std::exchange(other.data_, nullptr);
     size_ = std::exchange(other.size_, 0);
+    allocated_ = std::exchange(other.allocated_, 0);
   }
   return *this;
 }
 
 void FileBytes::Release() {
-  FreeLarge(block_);
+  FreeLarge(block_, allocated_);
   block_ = nullptr;
   data_ = nullptr;
   size_ = 0;
+  allocated_ = 0;
 }
 
 void FileBytes::DropFront(size_t n) {
@@ -130,15 +229,7 @@ FileBytes FileBytes::ReadFile(const std::string& FileName) {
   // would wait for a writer without end, and a device such as /dev/zero never
   // ends at all.
   if (!std::filesystem::is_regular_file(status)) RaisePlatformError(errnum::PathFileAccess);
-  std::ifstream in(path, std::ios::binary);
-  if (!in) RaisePlatformError(errnum::PathFileAccess);
-  in.seekg(0, std::ios::end);
-  std::streamoff size = in.tellg();
-  if (size < 0) RaisePlatformError(errnum::PathFileAccess);
-  in.seekg(0, std::ios::beg);
-  FileBytes bytes(static_cast<size_t>(size));
-  if (size > 0 && !in.read(bytes.data(), size)) RaisePlatformError(errnum::PathFileAccess);
-  return bytes;
+  return ReadRegularFile(path);
 }
 
 }  // namespace vessik

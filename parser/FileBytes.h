@@ -34,6 +34,8 @@ class FileBytes {
   char* block_ = nullptr;
   char* data_ = nullptr;
   size_t size_ = 0;
+  // What the block holds, counted against the parse's memory.
+  size_t allocated_ = 0;
 };
 
 }  // namespace vessik

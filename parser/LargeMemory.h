@@ -11,9 +11,10 @@
 
 namespace vessik {
 
-// Raises std::bad_alloc when the memory cannot be had. Free with FreeLarge.
+// Raises std::bad_alloc when the memory cannot be had, or when it does not fit in
+// the running parse's budget. Free with FreeLarge, giving the same size.
 void* AllocateLarge(size_t size);
-void FreeLarge(void* block) noexcept;
+void FreeLarge(void* block, size_t size) noexcept;
 
 // Asks for huge pages in the whole 2 MB pages of a large block that someone else
 // allocated; does nothing where that is not available.
@@ -34,14 +35,14 @@ class LargeArray {
 
  public:
   LargeArray() = default;
-  ~LargeArray() { FreeLarge(data_); }
+  ~LargeArray() { FreeLarge(data_, capacity_ * sizeof(T)); }
   LargeArray(LargeArray&& o) noexcept
       : data_(std::exchange(o.data_, nullptr)),
         size_(std::exchange(o.size_, 0)),
         capacity_(std::exchange(o.capacity_, 0)) {}
   LargeArray& operator=(LargeArray&& o) noexcept {
     if (this != &o) {
-      FreeLarge(data_);
+      FreeLarge(data_, capacity_ * sizeof(T));
       data_ = std::exchange(o.data_, nullptr);
       size_ = std::exchange(o.size_, 0);
       capacity_ = std::exchange(o.capacity_, 0);
@@ -58,7 +59,7 @@ class LargeArray {
     if (n <= capacity_) return;
     T* fresh = static_cast<T*>(AllocateLarge(n * sizeof(T)));
     if (size_ > 0) std::memcpy(fresh, data_, size_ * sizeof(T));
-    FreeLarge(data_);
+    FreeLarge(data_, capacity_ * sizeof(T));
     data_ = fresh;
     capacity_ = n;
   }

@@ -4,6 +4,7 @@
 
 #include "parser/GroupPairs.h"
 #include "parser/Lickety.h"
+#include "parser/ParseLimits.h"
 #include "parser/Vessik_Convert.h"
 #include "parser/Vessik_Error.h"
 #include "parser/Vessik_Parser.h"
@@ -49,6 +50,10 @@ int32_t ReadGroupCode(std::string_view line) {
 }  // namespace
 
 void Vessik_Parser::LoadDXF(const std::string& TheFile) {
+  // The pairs of the drawing before go first: their memory is needed now, and the
+  // host's messages that run while the file is read must not see them.
+  GroupPairTable& pairs = GroupPairs();
+  pairs.Clear();
   FileBytes bytes = FileBytes::ReadFile(TheFile);
   // The head of at most 1001 bytes: an empty file cannot size it.
   if (bytes.empty()) RaisePlatformError(errnum::SubscriptOutOfRange);
@@ -58,8 +63,6 @@ void Vessik_Parser::LoadDXF(const std::string& TheFile) {
   std::string delim =
       DetectLineDelim(std::string_view(bytes.data(), std::min<size_t>(bytes.size(), 1001)));
 
-  GroupPairTable& pairs = GroupPairs();
-  pairs.Clear();
   Lickety::Lines lines(std::move(bytes), 0, delim);
 
   // Find the first line "SECTION" that has a line behind it; everything in front of
@@ -76,6 +79,7 @@ void Vessik_Parser::LoadDXF(const std::string& TheFile) {
     previous = line;
     ++index;
     PumpMessages();
+    PollCancelWhileLoading();
   }
   std::string_view next;
   if (!found || !lines.Next(next)) {
@@ -92,6 +96,7 @@ void Vessik_Parser::LoadDXF(const std::string& TheFile) {
       if (code.empty() || value.empty()) return;
       pairs.Add(ReadGroupCode(code), static_cast<size_t>(value.data() - base), value.size());
       PumpMessages();
+      PollCancelWhileLoading();
     };
     // The line in front of a "SECTION" on the very first line does not exist: it
     // counts as empty, which drops that pair.
@@ -105,8 +110,10 @@ void Vessik_Parser::LoadDXF(const std::string& TheFile) {
       if (!lines.Next(code)) break;
     }
   } catch (...) {
-    // Whatever failed (a code beyond 32 bits, memory), the words say where.
     pairs.Clear();
+    // A cancel is no failure, and memory that runs out fails the parse with 7.
+    if (InFlightEndsTheParse()) throw;
+    // Whatever else failed (a code beyond 32 bits), the words say where.
     ShowMessageBox("Fail:0");
     RaiseCatalogued(CataloguedError("ParsingFailed"), std::to_string(codeIndex));
   }

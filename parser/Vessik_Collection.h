@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "parser/ParseLimits.h"
 #include "parser/Vessik_Error.h"
 
 namespace vessik {
@@ -33,7 +34,8 @@ class Vessik_Collection {
     if (position < 1 || position > Count()) RaisePlatformError(errnum::SubscriptOutOfRange);
     return static_cast<size_t>(position - 1);
   }
-  std::vector<T> items_;
+  // Counted against the running parse's memory: a drawing's collections grow with it.
+  BudgetVector<T> items_;
 };
 
 }  // namespace vessik

@@ -1,8 +1,30 @@
 #include "parser/Vessik_Concat.h"
 
+#include <utility>
+
 #include "parser/LargeMemory.h"
+#include "parser/ParseLimits.h"
 
 namespace vessik {
+
+Vessik_Concat::~Vessik_Concat() {
+  RefundMemory(charged_);
+}
+
+Vessik_Concat::Vessik_Concat(Vessik_Concat&& other) noexcept
+    : buffer_(std::move(other.buffer_)), charged_(std::exchange(other.charged_, 0)) {
+  other.buffer_ = std::string();
+}
+
+Vessik_Concat& Vessik_Concat::operator=(Vessik_Concat&& other) noexcept {
+  if (this != &other) {
+    RefundMemory(charged_);
+    buffer_ = std::move(other.buffer_);
+    other.buffer_ = std::string();
+    charged_ = std::exchange(other.charged_, 0);
+  }
+  return *this;
+}
 
 void Vessik_Concat::Grow(size_t more) {
   // The storage grows by the new length again. It is only reserved, not filled:
@@ -12,13 +34,21 @@ void Vessik_Concat::Grow(size_t more) {
 
 void Vessik_Concat::Reserve(int64_t bytes) {
   if (bytes <= static_cast<int64_t>(buffer_.capacity())) return;
-  buffer_.reserve(static_cast<size_t>(bytes));
+  // The whole storage counts, written or not: it is held all the same.
+  const auto wanted = static_cast<size_t>(bytes);
+  if (wanted > charged_) {
+    ChargeMemory(wanted - charged_);
+    charged_ = wanted;
+  }
+  buffer_.reserve(wanted);
   if (buffer_.capacity() >= (size_t{8} << 20)) AdviseHugePages(buffer_.data(), buffer_.capacity());
 }
 
 std::string Vessik_Concat::TakeValue() {
   std::string result = std::move(buffer_);
   buffer_ = std::string();
+  // The text is the caller's from here on.
+  RefundMemory(std::exchange(charged_, 0));
   return result;
 }
 

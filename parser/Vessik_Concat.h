@@ -12,6 +12,9 @@ namespace vessik {
 class Vessik_Concat {
  public:
   Vessik_Concat() = default;
+  ~Vessik_Concat();
+  Vessik_Concat(Vessik_Concat&& other) noexcept;
+  Vessik_Concat& operator=(Vessik_Concat&& other) noexcept;
   void Clear() { buffer_.clear(); }
   void Concat(std::string_view text) {
     if (text.size() > buffer_.capacity() - buffer_.size()) Grow(text.size());
@@ -32,6 +35,8 @@ class Vessik_Concat {
   void Grow(size_t more);
 
   std::string buffer_;
+  // The storage counted against the running parse's memory.
+  size_t charged_ = 0;
 };
 
 }  // namespace vessik

@@ -22,8 +22,9 @@ constexpr std::array<ErrorInfo, 16> kCatalogue{{
     {errnum::Overflow, "Overflow", "", "Overflow",
      "a number that does not fit the 16- or 32-bit integer it must become"},
     {errnum::OutOfMemory, "OutOfMemory", "", "Out of memory",
-     "an allocation fails, a file of 4 GiB or more, an arc cut into more than 2^20 segments, "
-     "or a spline whose degree needs a work array of more than 2^28 numbers"},
+     "an allocation fails or would pass the parse's memory budget, a file of 4 GiB or more, an "
+     "arc cut into more than 2^20 segments, or a spline whose degree needs a work array of "
+     "more than 2^28 numbers"},
     {errnum::SubscriptOutOfRange, "SubscriptOutOfRange", "", "Subscript out of range",
      "a position outside an array or collection, or a pair past the end of the drawing"},
     {errnum::DivisionByZero, "DivisionByZero", "", "Division by zero",
@@ -34,7 +35,8 @@ constexpr std::array<ErrorInfo, 16> kCatalogue{{
      "block references nested deeper than 256 levels, a block that holds itself included"},
     {errnum::FileNotFound, "FileNotFound", "", "File not found", "the drawing file does not exist"},
     {errnum::PathFileAccess, "PathFileAccess", "", "Path/File access error",
-     "the drawing exists but cannot be opened or read, or an output file cannot be written"},
+     "the drawing exists but is no regular file, cannot be opened or read, or is cut short, "
+     "written to or replaced while it is read; or an output file cannot be written"},
     {errnum::ObjectNotSet, "ObjectNotSet", "", "Object variable or With block variable not set",
      "a call on a missing object: an ENDBLK with no BLOCK before it, a polyline Y before any X"},
     {errnum::SectionNotFound, "SectionNotFound", "", "SECTION tag not found. DXF file is invalid.",

@@ -2,6 +2,7 @@
 // message box. Both are kept per thread: parses on different threads do not meet.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -14,5 +15,14 @@ void SetPumpHook(std::function<void()> hook);
 /// Sets the host's modal message box for this thread, which receives the text to
 /// show and returns when dismissed; an empty function removes it.
 void SetMessageBoxHook(std::function<void(const std::string&)> hook);
+
+/// Sets the memory a parse on this thread may hold at once, in bytes: the input's
+/// bytes and pairs, the entity objects, the work arrays of the fits and the text.
+/// Past it the parse fails with 7 "Out of memory". 0 restores the default: half
+/// of the physical memory, or half of the address space where that is capped.
+void SetMemoryBudget(uint64_t bytes);
+
+/// The budget of a parse started on this thread now.
+uint64_t MemoryBudget();
 
 }  // namespace vessik

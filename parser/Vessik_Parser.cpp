@@ -9,6 +9,7 @@
 #include "entities/Vessik_Insert.h"
 #include "parser/GroupPairs.h"
 #include "parser/NameLookup.h"
+#include "parser/ParseLimits.h"
 #include "parser/Vessik_Convert.h"
 #include "parser/Vessik_Error.h"
 #include "parser/Vessik_Utils.h"
@@ -76,8 +77,17 @@ std::string Vessik_Parser::Parse2(const std::string& TheFile, Vessik_CommonData*
   struct FreeKept {
     ~FreeKept() { FreeKeptEntityChunks(); }
   } freeKept;
+  // What this parse may hold, and the host's cancel flag, for every loop below.
+  ParseLimits limits(MemoryBudget(), Progress);
+  ParseLimitsScope limitsScope(&limits);
   try {
     return RunStages(TheFile, Data, Progress);
+  } catch (const ParseCanceled&) {
+    // Stopped inside a stage rather than between two top-level items: the result
+    // is the same empty text.
+    root_.reset();
+    GroupPairs().Clear();
+    return std::string();
   } catch (...) {
     if (!InFlightIsOutOfMemory()) throw;
     // A drawing too large for the memory at hand ends like any other failure.
@@ -120,6 +130,7 @@ std::vector<Vessik_Section> Vessik_Parser::ParseSections() {
   std::unique_ptr<Vessik_Section> current;
   const int32_t count = pairs.Count();
   for (int32_t i = 0; i < count; ++i) {
+    if ((i & 0xFFFF) == 0) PollCancelWhileLoading();
     std::string_view value = pairs.Value(i);
     if (value == "SECTION") {
       current = std::make_unique<Vessik_Section>();

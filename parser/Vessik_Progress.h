@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <utility>
@@ -15,9 +16,10 @@ class Vessik_Progress {
   using Handler = std::function<void(int32_t)>;
 
   /// Whether the host asked the parse to stop.
-  bool IsCanceled() const { return canceled_; }
-  /// Asks the parse to stop (true): it then returns the empty text.
-  void IsCanceled(bool value) { canceled_ = value; }
+  bool IsCanceled() const { return canceled_.load(std::memory_order_relaxed); }
+  /// Asks the parse to stop (true): it then returns the empty text. Any thread may
+  /// set it; a running parse sees it within 100 milliseconds.
+  void IsCanceled(bool value) { canceled_.store(value, std::memory_order_relaxed); }
 
   /// Raises Progress with this value, synchronously, to every connected handler.
   void DoProgress(int32_t value);
@@ -28,7 +30,7 @@ class Vessik_Progress {
   void Disconnect(int cookie);
 
  private:
-  bool canceled_ = false;
+  std::atomic<bool> canceled_{false};
   int nextCookie_ = 1;
   std::vector<std::pair<int, Handler>> handlers_;
 };

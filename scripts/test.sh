@@ -28,5 +28,5 @@ export TSAN_OPTIONS="halt_on_error=1 exitcode=66"
 build/tsan/tests/test_entities --gtest_brief=1 \
   --gtest_filter='AheadPrinter.*:EntityArena.*:EntityText.*:Insert.*:Progress.*:Cancel.*' || status=1
 build/tsan/tests/test_parser --gtest_brief=1 \
-  --gtest_filter='Parse2.*:Parse2Progress.*:ParseEntities.*:OneShot.*:PumpMessages.*' || status=1
+  --gtest_filter='Parse2.*:Parse2Progress.*:ParseEntities.*:OneShot.*:PumpMessages.*:ParseLimits.*:BudgetAllocator.*:MemoryBudget.*:Cancel.*:FileBytes.*' || status=1
 exit "$status"

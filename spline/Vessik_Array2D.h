@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "parser/ParseLimits.h"
 #include "parser/Vessik_Error.h"
 
 namespace vessik {
@@ -50,7 +51,7 @@ class Vessik_Array2D {
   }
   int32_t rows_ = 0;
   int32_t cols_ = 0;
-  std::vector<double> data_;
+  BudgetVector<double> data_;
 };
 
 }  // namespace vessik

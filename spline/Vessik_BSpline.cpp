@@ -1,6 +1,7 @@
 #include "spline/Vessik_BSpline.h"
 
 #include "geometry/Vessik_Math.h"
+#include "parser/ParseLimits.h"
 #include "parser/Vessik_Error.h"
 #include "parser/Vessik_Utils.h"
 #include "spline/Vessik_CurvePointValid.h"
@@ -92,6 +93,8 @@ const Vessik_Array2D& Vessik_BSpline::ders_basis_functions(int32_t span, double 
 
   ndu(0, 0) = 1;
   for (int32_t j = 1; j <= p; ++j) {
+    // A high degree makes one evaluation long on its own.
+    if (j % 64 == 0) PollCancel();
     const size_t sj = static_cast<size_t>(j);
     // Past the end of the knots the last knot stands in, and the point is marked.
     // The span may lie far off the knots (m - p - 2 at the last knot): 64 bits.
@@ -123,6 +126,7 @@ const Vessik_Array2D& Vessik_BSpline::ders_basis_functions(int32_t span, double 
   for (int32_t j = 0; j <= p; ++j) ders(0, j) = ndu(j, p);
 
   for (int32_t r = 0; r <= p; ++r) {
+    if (r % 64 == 63) PollCancel();
     int32_t s1 = 0;
     int32_t s2 = 1;
     a(0, 0) = 1;
@@ -157,6 +161,15 @@ const Vessik_Array2D& Vessik_BSpline::ders_basis_functions(int32_t span, double 
     f = f * (p - k);
   }
   return ders;
+}
+
+void Vessik_BSpline::FreeWorkArrays() {
+  ndu_ = Vessik_Array2D();
+  a_ = Vessik_Array2D();
+  ders_ = Vessik_Array2D();
+  ck_ = Vessik_Array2D();
+  std::vector<double>().swap(left_);
+  std::vector<double>().swap(right_);
 }
 
 const Vessik_Array2D& Vessik_BSpline::bspline_ders_evaluate(int32_t n, double u) {

@@ -23,6 +23,8 @@ class Vessik_BSpline {
   // Row k, column j: k-th derivative of the j-th basis function of the span.
   // Owned by the evaluator, overwritten by the next call.
   const Vessik_Array2D& ders_basis_functions(int32_t span, double u, int32_t n);
+  // Gives back the memory of the work arrays; the next call sizes them again.
+  void FreeWorkArrays();
 
  private:
   // A knot by index; an index outside the vector raises 9.

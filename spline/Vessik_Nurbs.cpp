@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "geometry/Vessik_Math.h"
+#include "parser/ParseLimits.h"
 #include "parser/Vessik_Error.h"
 #include "parser/Vessik_Utils.h"
 
@@ -71,6 +72,7 @@ void Vessik_Nurbs::KnotCheck() {
   const int32_t m = static_cast<int32_t>(Knots.size()) - 1;
   for (int32_t i = 1; i <= m; ++i) {
     PumpMessages();
+    PollCancel();
     if (Knot(i) == groups_.back().back()) {
       groups_.back().push_back(Knot(i));
     } else {
@@ -81,6 +83,7 @@ void Vessik_Nurbs::KnotCheck() {
   const double last = groups_.back().back();
   for (const std::vector<double>& G : groups_) {
     PumpMessages();
+    PollCancel();
     const int64_t c = static_cast<int64_t>(G.size());
     // A multiplicity above the valid limit is passed over without a word.
     if (c > static_cast<int64_t>(Degree) + 1) continue;
@@ -102,6 +105,7 @@ void Vessik_Nurbs::ControlPointCheck(double Tolerance) {
   const int32_t upper = static_cast<int32_t>(CPoints.size()) - 1;
   for (int32_t i = 0; i <= upper - 1; ++i) {
     PumpMessages();
+    PollCancel();
     // The last item of the last group is an index, and the proximity test wants a
     // point: the conversion of the number to a point fails, at the first round.
     RaisePlatformError(errnum::TypeMismatch);

@@ -26,6 +26,8 @@ class Vessik_Nurbs {
   // Point at u; for n above 0 also the tangent direction in radians, which is
   // otherwise left as the caller passed it.
   void Evaluate(int32_t n, double u, Vessik_Point& Point, double& tangent);
+  // Gives back the memory of the evaluator's work arrays once the fit is done.
+  void FreeWorkArrays() { Evaluator.FreeWorkArrays(); }
 
  private:
   void CPoints2HCPoints();

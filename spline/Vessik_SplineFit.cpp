@@ -6,6 +6,7 @@
 #include "geometry/Vessik_ArcGeo.h"
 #include "geometry/Vessik_LineGeo.h"
 #include "geometry/Vessik_Math.h"
+#include "parser/ParseLimits.h"
 #include "parser/Vessik_Error.h"
 #include "parser/Vessik_Utils.h"
 #include "spline/Vessik_CurvePointValid.h"
@@ -35,6 +36,7 @@ Vessik_Collection<Vessik_Spline::Section> Vessik_Spline::SplitSections(
   const int32_t k = 0;
   while (End < LastOf(Knots)) {
     PumpMessages();
+    PollCancel();
     Start = End;
     // Position 0 does not exist: any stretch to skip fails here, so a curve with
     // anything in Ignore can not be fitted.
@@ -70,6 +72,7 @@ void Vessik_Spline::FitSections(Vessik_Collection<BiArcList>& BiArcs,
     BiArcs.Add(std::move(biArcList));
     Nodes.Add(std::move(nodeList));
     PumpMessages();
+    PollCancel();
   }
 }
 
@@ -91,6 +94,7 @@ void Vessik_Spline::FitSection(const Section& S, double Tolerance, double FitTol
 
   while (u < sectionEnd - kEndGap) {
     PumpMessages();
+    PollCancel();
     u = u + Step;
     Iterations = Iterations + 1;
     if (u > sectionEnd) {
@@ -131,6 +135,7 @@ void Vessik_Spline::FitSection(const Section& S, double Tolerance, double FitTol
       Step = Step * 0.7;
     }
     PumpMessages();
+    PollCancel();
     if (Iterations > kMaxIterations) {
       RaiseCatalogued(CataloguedError("TooManyIterations"));
     }

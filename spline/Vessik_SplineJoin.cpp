@@ -6,6 +6,7 @@
 #include "geometry/Vessik_ArcGeo.h"
 #include "geometry/Vessik_LineGeo.h"
 #include "geometry/Vessik_Math.h"
+#include "parser/ParseLimits.h"
 #include "parser/Vessik_Utils.h"
 
 namespace vessik {
@@ -52,6 +53,7 @@ Vessik_Spline::GeoList Vessik_Spline::JoinLines(const GeoList& List) const {
       }
     }
     PumpMessages();
+    PollCancel();
   }
   return Out;
 }
@@ -108,6 +110,7 @@ Vessik_Spline::GeoList Vessik_Spline::JoinArcs(const GeoList& List) const {
       }
     }
     PumpMessages();
+    PollCancel();
   }
 
   // All arcs move behind the straight segments, merged where they share a circle.

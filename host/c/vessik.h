@@ -207,6 +207,13 @@ typedef void (*vessik_message_box_hook)(void* context, const char* text);
 VESSIK_API void vessik_set_pump_hook(vessik_pump_hook hook, void* context);
 VESSIK_API void vessik_set_message_box_hook(vessik_message_box_hook hook, void* context);
 
+/* The memory a parse on the calling thread may hold at once, in bytes; past it the
+   parse fails with VESSIK_E_OUT_OF_MEMORY. 0 restores the default: half of the
+   physical memory, or half of the address space where that is capped. */
+VESSIK_API void vessik_set_memory_budget(uint64_t bytes);
+/* The budget of a parse started on the calling thread now. */
+VESSIK_API uint64_t vessik_memory_budget(void);
+
 #ifdef __cplusplus
 }
 #endif

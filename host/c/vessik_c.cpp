@@ -366,6 +366,14 @@ void vessik_set_pump_hook(vessik_pump_hook hook, void* context) {
   }
 }
 
+void vessik_set_memory_budget(uint64_t bytes) {
+  vessik::SetMemoryBudget(bytes);
+}
+
+uint64_t vessik_memory_budget(void) {
+  return vessik::MemoryBudget();
+}
+
 void vessik_set_message_box_hook(vessik_message_box_hook hook, void* context) {
   try {
     if (hook == nullptr) {

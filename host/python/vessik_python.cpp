@@ -211,6 +211,12 @@ class VessikError(Exception):
   m.def("SetPumpHook", &SetPump, py::arg("hook"),
         "Sets the message loop that a parse on this thread runs at most every 100 ms "
         "(None removes it).");
+  m.def("SetMemoryBudget", &SetMemoryBudget, py::arg("bytes"),
+        "Sets the memory in bytes that a parse on this thread may hold at once; past it "
+        "the parse fails with 7 (Out of memory). 0 restores the default: half of the "
+        "physical memory, or of the address space where that is capped lower.");
+  m.def("MemoryBudget", &MemoryBudget,
+        "The memory budget in bytes of a parse started on this thread now.");
   m.def("SetMessageBoxHook", &SetMessageBox, py::arg("hook"),
         "Sets the callable that shows the message of a failed load on this thread (None "
         "removes it).");

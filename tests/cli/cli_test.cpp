@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
@@ -19,6 +20,7 @@
 
 #include "parser/parser.h"
 #include "support/Corpus.h"
+#include "support/Hostile.h"
 #include "support/Settings.h"
 #include "support/TestSupport.h"
 
@@ -597,7 +599,7 @@ TEST_F(CliTest, HelpNamesEveryOption) {
   for (const char* flag :
        {"--tolerance", "--check", "--arc-max-deviation", "--arc-min-segment-length",
         "--arc-max-segment-length", "--initial-segments", "--layers", "--progress-values",
-        "--output", "DRAWING"}) {
+        "--output", "--max-memory", "--timeout", "DRAWING"}) {
     EXPECT_NE(run.out.find(flag), std::string::npos) << flag;
   }
 }
@@ -618,6 +620,63 @@ TEST_F(CliTest, UsageErrorsUseTheParserCodes) {
   EXPECT_NE(notANumber.exitStatus, 0);
   EXPECT_NE(notANumber.exitStatus, 1);
   EXPECT_EQ(notANumber.out, "");
+}
+
+TEST_F(CliTest, MaxMemoryBelowWhatTheDrawingNeedsFailsWith7) {
+  TempDir dir;
+  const std::string out = dir.File("out.txt");
+  for (const char* size : {"1K", "1k", "2000"}) {
+    const ToolRun run = RunTool({"--max-memory", size, "-o", out, kShapes});
+    EXPECT_EQ(run.exitStatus, 1) << size;
+    EXPECT_EQ(run.err, ErrorLine(7, "Out of memory")) << size;
+    EXPECT_FALSE(std::filesystem::exists(out)) << size;
+  }
+}
+
+TEST_F(CliTest, MaxMemoryThatSufficesChangesNothing) {
+  const ToolRun expected = Expected(kShapes, test::ToolDefaults());
+  for (const char* size : {"64M", "64m", "1G", "1g", "0", "67108864"}) {
+    const ToolRun run = RunTool({"--max-memory", size, kShapes});
+    EXPECT_EQ(run.exitStatus, 0) << size;
+    EXPECT_TRUE(run.out == expected.out) << size;
+  }
+}
+
+TEST_F(CliTest, MaxMemoryThatIsNoSizeIsAUsageError) {
+  for (const char* size :
+       {"", "12Q", "1.5G", "-1", "G", "1KB", "99999999999999999999", "17179869184G"}) {
+    const ToolRun run = RunTool({"--max-memory", size, kShapes});
+    EXPECT_GT(run.exitStatus, 100) << size;
+    EXPECT_EQ(run.out, "") << size;
+    EXPECT_NE(run.err.find("--max-memory"), std::string::npos) << size;
+  }
+}
+
+TEST_F(CliTest, TimeoutStopsALongParseAndWritesNothing) {
+  // 2^29 lines from 30 levels of blocks that each hold the next twice: without the
+  // timeout this would take many minutes and hundreds of gigabytes.
+  test::TempFile f(test::DoublingBlocks(30));
+  TempDir dir;
+  const std::string out = dir.File("out.txt");
+  const auto start = std::chrono::steady_clock::now();
+  const ToolRun run = RunTool({"--timeout", "0.5", "-o", out, f.Path()});
+  const auto seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start);
+  EXPECT_EQ(run.exitStatus, 3);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err, "vessik: timed out after 0.5 seconds; nothing written\n");
+  EXPECT_FALSE(std::filesystem::exists(out));
+  EXPECT_LT(seconds.count(), 10.0);
+}
+
+TEST_F(CliTest, TimeoutNotReachedChangesNothing) {
+  const ToolRun expected = Expected(kShapes, test::ToolDefaults());
+  for (const char* seconds : {"60", "0"}) {
+    const ToolRun run = RunTool({"--timeout", seconds, kShapes});
+    EXPECT_EQ(run.exitStatus, 0) << seconds;
+    EXPECT_TRUE(run.out == expected.out) << seconds;
+  }
+  const ToolRun negative = RunTool({"--timeout", "-1", kShapes});
+  EXPECT_GT(negative.exitStatus, 100);
 }
 
 }  // namespace

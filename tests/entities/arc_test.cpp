@@ -70,7 +70,7 @@ TEST(Arc, PolylineEndsExactlyAtTheEndAngle) {
   arc.ArcMinimumSegmentLengthFactor = 0.1;
   arc.ArcMaximumSegmentLengthFactor = 100;
   arc.Id = 3;
-  std::vector<Vessik_Line> l = arc.Arc2Polyline();
+  auto l = arc.Arc2Polyline();
   ASSERT_EQ(l.size(), 4u);
   EXPECT_EQ(l[0].X1, std::cos(Deg2Rad(350)) * 10 + 0);
   EXPECT_EQ(l[3].X2, std::cos(Deg2Rad(370)) * 10 + 0);
@@ -243,7 +243,7 @@ TEST(Arc, AngleTooLargeForTheStepEndsAtOnce) {
   arc.R = 1;
   arc.SA = 1e17;
   arc.EA = 2e17;
-  std::vector<Vessik_Line> l = arc.Arc2Polyline();
+  auto l = arc.Arc2Polyline();
   ASSERT_EQ(l.size(), 1u);
   EXPECT_EQ(l[0].X2, std::cos(Deg2Rad(2e17)));
 }
@@ -470,7 +470,7 @@ TEST(ArcSegments, EqualAnglesGiveNoSegment) {
 
 TEST(ArcSegments, EndBelowStartRunsOnThroughZero) {
   // 350 to 38 degrees is 48 degrees across 0: one segment of it.
-  const std::vector<Vessik_Line> L = ArcFromTo(350, 38).Arc2Polyline();
+  const auto L = ArcFromTo(350, 38).Arc2Polyline();
   ASSERT_EQ(L.size(), 1u);
   EXPECT_EQ(L[0].X1, std::cos(Deg2Rad(350)) * 10 + 1);
   EXPECT_EQ(L[0].Y2, std::sin(Deg2Rad(398)) * 10 + 2);

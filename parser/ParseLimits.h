@@ -1,0 +1,119 @@
+// What a running parse may spend, and whether its host wants it stopped.
+//
+// Parse2 makes one ParseLimits and installs it on its thread; the printing thread
+// installs the same one. The work that grows with the input (the file's bytes, the
+// group pairs, entity objects, the work arrays of the fits, the text) charges its
+// memory here, and the long loops poll for a cancel. Outside a parse both do
+// nothing, so the stages can still be driven alone.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <vector>
+
+namespace vessik {
+
+class Vessik_Progress;
+
+// Thrown by PollCancel when the host asked the running parse to stop. It is no
+// failure: Parse2 turns it into the empty text, as it does a cancel seen between
+// two top-level items.
+struct ParseCanceled {};
+
+class ParseLimits {
+ public:
+  // budget: bytes the parse may hold at once. progress: the host's cancel flag,
+  // or null for none.
+  ParseLimits(uint64_t budget, const Vessik_Progress* progress);
+  ParseLimits(const ParseLimits&) = delete;
+  ParseLimits& operator=(const ParseLimits&) = delete;
+
+  // Counts bytes against the budget; raises std::bad_alloc, without counting them,
+  // when they do not fit.
+  void Charge(size_t bytes);
+  void Refund(size_t bytes) noexcept;
+  bool Canceled() const noexcept;
+  // Whether the host had asked for the cancel before the parse began. Such a
+  // cancel ends the parse at its first top-level item, as it always has; only a
+  // cancel that comes while it runs also stops the stages before that.
+  bool CanceledAtStart() const noexcept { return canceledAtStart_; }
+  uint64_t Budget() const noexcept { return budget_; }
+  // Bytes counted now. Frees of memory counted elsewhere can take it below 0.
+  int64_t Used() const noexcept { return used_.load(std::memory_order_relaxed); }
+
+ private:
+  const uint64_t budget_;
+  const Vessik_Progress* const progress_;
+  const bool canceledAtStart_;
+  std::atomic<int64_t> used_{0};
+};
+
+// Makes limits the current ones of this thread while it lives, and puts back the
+// ones before (a parse started from a progress handler has limits of its own).
+class ParseLimitsScope {
+ public:
+  explicit ParseLimitsScope(ParseLimits* limits) noexcept;
+  ~ParseLimitsScope();
+  ParseLimitsScope(const ParseLimitsScope&) = delete;
+  ParseLimitsScope& operator=(const ParseLimitsScope&) = delete;
+
+ private:
+  ParseLimits* outer_;
+};
+
+// The current limits of this thread, or null outside a parse.
+ParseLimits* CurrentParseLimits() noexcept;
+
+// Charge and refund through the current limits, if any.
+void ChargeMemory(size_t bytes);
+void RefundMemory(size_t bytes) noexcept;
+
+// Raises ParseCanceled when the current parse was asked to stop.
+void PollCancel();
+// The same, for the stages before the entities: a cancel that was already set
+// when the parse began is left to the first top-level item.
+void PollCancelWhileLoading();
+
+// Whether the exception in flight ends the whole parse however it is caught: a
+// cancel, or memory that runs out. Call only inside a catch block.
+bool InFlightEndsTheParse();
+
+// The budget a parse gets when its thread set none: half of the physical memory,
+// or half of the address space where that is capped lower.
+uint64_t DefaultMemoryBudget() noexcept;
+
+// An allocator for the containers that grow with the drawing: it charges what it
+// takes to the current parse.
+template <class T>
+struct BudgetAllocator {
+  using value_type = T;
+  BudgetAllocator() noexcept = default;
+  template <class U>
+  BudgetAllocator(const BudgetAllocator<U>&) noexcept {}
+  T* allocate(size_t n) {
+    if (n > SIZE_MAX / sizeof(T)) throw std::bad_array_new_length();
+    ChargeMemory(n * sizeof(T));
+    try {
+      return std::allocator<T>().allocate(n);
+    } catch (...) {
+      RefundMemory(n * sizeof(T));
+      throw;
+    }
+  }
+  void deallocate(T* p, size_t n) noexcept {
+    std::allocator<T>().deallocate(p, n);
+    RefundMemory(n * sizeof(T));
+  }
+  template <class U>
+  bool operator==(const BudgetAllocator<U>&) const noexcept {
+    return true;
+  }
+};
+
+template <class T>
+using BudgetVector = std::vector<T, BudgetAllocator<T>>;
+
+}  // namespace vessik
