@@ -85,6 +85,14 @@ bool InFlightEndsTheParse();
 // or half of the address space where that is capped lower.
 uint64_t DefaultMemoryBudget() noexcept;
 
+// What a block of this size from the general allocator really holds: its header,
+// rounded to 16 bytes, 32 at least. Small blocks cost twice their size and more.
+constexpr size_t HeapFootprint(size_t bytes) {
+  if (bytes > SIZE_MAX - 32) return SIZE_MAX;
+  const size_t rounded = (bytes + 8 + 15) & ~size_t{15};
+  return rounded < 32 ? 32 : rounded;
+}
+
 // An allocator for the containers that grow with the drawing: it charges what it
 // takes to the current parse.
 template <class T>
@@ -95,17 +103,17 @@ struct BudgetAllocator {
   BudgetAllocator(const BudgetAllocator<U>&) noexcept {}
   T* allocate(size_t n) {
     if (n > SIZE_MAX / sizeof(T)) throw std::bad_array_new_length();
-    ChargeMemory(n * sizeof(T));
+    ChargeMemory(HeapFootprint(n * sizeof(T)));
     try {
       return std::allocator<T>().allocate(n);
     } catch (...) {
-      RefundMemory(n * sizeof(T));
+      RefundMemory(HeapFootprint(n * sizeof(T)));
       throw;
     }
   }
   void deallocate(T* p, size_t n) noexcept {
     std::allocator<T>().deallocate(p, n);
-    RefundMemory(n * sizeof(T));
+    RefundMemory(HeapFootprint(n * sizeof(T)));
   }
   template <class U>
   bool operator==(const BudgetAllocator<U>&) const noexcept {

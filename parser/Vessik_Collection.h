@@ -14,6 +14,22 @@ namespace vessik {
 template <class T>
 class Vessik_Collection {
  public:
+  // A collection made on its own (the items of a block reference) counts against
+  // the parse's memory like its items.
+  static void* operator new(size_t size) {
+    ChargeMemory(HeapFootprint(size));
+    try {
+      return ::operator new(size);
+    } catch (...) {
+      RefundMemory(HeapFootprint(size));
+      throw;
+    }
+  }
+  static void operator delete(void* p, size_t size) noexcept {
+    ::operator delete(p);
+    RefundMemory(HeapFootprint(size));
+  }
+
   int32_t Count() const { return static_cast<int32_t>(items_.size()); }
   void Add(T item) { items_.push_back(std::move(item)); }
   T& Item(int32_t position) { return items_[Index(position)]; }

@@ -47,6 +47,7 @@ struct ToolRun {
   int exitStatus = -1;
   std::string out;
   std::string err;
+  long peakKb = 0;  // the most memory the program had in RAM at once
 };
 
 // A fresh folder for the files of one test, removed at its end.
@@ -97,8 +98,10 @@ ToolRun RunTool(const std::vector<std::string>& args) {
     return run;
   }
   int status = 0;
-  while (::waitpid(pid, &status, 0) < 0) {
+  rusage usage{};
+  while (::wait4(pid, &status, 0, &usage) < 0) {
   }
+  run.peakKb = usage.ru_maxrss;
   run.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   run.out = ReadFile(outPath);
   run.err = ReadFile(errPath);
@@ -631,6 +634,20 @@ TEST_F(CliTest, MaxMemoryBelowWhatTheDrawingNeedsFailsWith7) {
     EXPECT_EQ(run.err, ErrorLine(7, "Out of memory")) << size;
     EXPECT_FALSE(std::filesystem::exists(out)) << size;
   }
+}
+
+TEST_F(CliTest, MaxMemoryBoundsWhatTheToolHolds) {
+  // 2^29 lines from 30 levels of blocks: the parse stops at the budget, and the
+  // tool never holds much more than it.
+  test::TempFile f(test::DoublingBlocks(30));
+  const ToolRun run = RunTool({"--max-memory", "200M", f.Path()});
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_EQ(run.err, ErrorLine(7, "Out of memory"));
+  std::printf("peak of the tool with --max-memory 200M: %ld KB\n", run.peakKb);
+#if !defined(__SANITIZE_ADDRESS__)
+  // The sanitizer's own bookkeeping is no part of the budget.
+  EXPECT_LT(run.peakKb, 240L << 10);
+#endif
 }
 
 TEST_F(CliTest, MaxMemoryThatSufficesChangesNothing) {

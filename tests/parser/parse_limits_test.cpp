@@ -123,11 +123,21 @@ TEST(BudgetAllocator, ChargesWhatAContainerHolds) {
   {
     BudgetVector<double> v;
     v.reserve(1000);
-    EXPECT_EQ(limits.Used(), 8000);
+    // With the allocator's header: 8000 + 8, rounded up to 16.
+    EXPECT_EQ(limits.Used(), 8016);
     EXPECT_THROW(v.reserve(1 << 20), std::bad_alloc);
     EXPECT_EQ(v.capacity(), 1000u);
   }
   EXPECT_EQ(limits.Used(), 0);
+}
+
+TEST(BudgetAllocator, SmallBlocksCostWhatTheAllocatorHolds) {
+  EXPECT_EQ(HeapFootprint(0), 32u);
+  EXPECT_EQ(HeapFootprint(8), 32u);
+  EXPECT_EQ(HeapFootprint(24), 32u);
+  EXPECT_EQ(HeapFootprint(25), 48u);
+  EXPECT_EQ(HeapFootprint(1000), 1008u);
+  EXPECT_EQ(HeapFootprint(SIZE_MAX), SIZE_MAX);
 }
 
 TEST(MemoryBudget, DefaultIsHalfThePhysicalMemoryAtMost) {
