@@ -183,7 +183,13 @@ class VessikError(Exception):
       .def(
           "Connect",
           [](Vessik_Progress& p, py::function handler) {
-            return p.Connect([handler](int32_t value) { handler(value); });
+            // The parse runs without the interpreter's lock: the handler takes it
+            // for its call, and its copies share one reference to the callable.
+            auto kept = Keep(std::move(handler));
+            return p.Connect([kept](int32_t value) {
+              py::gil_scoped_acquire gil;
+              (*kept)(value);
+            });
           },
           py::arg("handler"),
           "Connects a callable to the Progress event; it is called with the value, on the "
@@ -203,10 +209,18 @@ class VessikError(Exception):
           "Parse2",
           [](Vessik_Parser& p, const py::object& the_file, Vessik_CommonData* data,
              Vessik_Progress* progress) {
-            return Decode(p.Parse2(PathBytes(the_file), data, progress));
+            const std::string path = PathBytes(the_file);
+            std::string text;
+            {
+              // Other Python threads run meanwhile, and one of them may cancel.
+              py::gil_scoped_release unlocked;
+              text = p.Parse2(path, data, progress);
+            }
+            return Decode(text);
           },
           py::arg("TheFile"), py::arg("Data"), py::arg("Progress"),
-          "Reads the drawing and returns its records.");
+          "Reads the drawing and returns its records. Other Python threads run during "
+          "the parse; setting IsCanceled from one of them stops it within 100 ms.");
 
   m.def("SetPumpHook", &SetPump, py::arg("hook"),
         "Sets the message loop that a parse on this thread runs at most every 100 ms "

@@ -11,6 +11,7 @@ import hashlib
 import os
 import subprocess
 import tempfile
+import threading
 import time
 import unittest
 
@@ -219,6 +220,46 @@ class ParseTests(Drawings):
         self.assertEqual(self.parse(path, progress=progress), "")
         self.assertEqual(seen[-2:], [50, 50])
         self.assertTrue(progress.IsCanceled)
+
+    def test_cancel_from_another_thread(self):
+        # Block k holds block k + 1 twice, 30 levels deep: 2^29 lines, which would
+        # take minutes; another Python thread cancels it.
+        blocks = ""
+        for k in range(30):
+            blocks += "0\nBLOCK\n2\nB%d\n10\n0\n20\n0\n30\n0\n" % k
+            if k == 29:
+                blocks += "0\nLINE\n8\n0\n10\n0\n20\n0\n11\n1\n21\n1\n"
+            else:
+                blocks += "0\nINSERT\n8\n0\n2\nB%d\n10\n0\n20\n0\n" % (k + 1) * 2
+            blocks += "0\nENDBLK\n"
+        path = self.write(
+            "doubling.dxf",
+            "0\nSECTION\n2\nBLOCKS\n" + blocks + "0\nENDSEC\n"
+            "0\nSECTION\n2\nENTITIES\n0\nINSERT\n8\n0\n2\nB0\n10\n0\n20\n0\n"
+            "0\nENDSEC\n0\nEOF\n")
+        progress = vessik.Vessik_Progress()
+        timer = threading.Timer(0.3, lambda: setattr(progress, "IsCanceled", True))
+        start = time.monotonic()
+        timer.start()
+        try:
+            self.assertEqual(self.parse(path, progress=progress), "")
+        finally:
+            timer.cancel()
+        self.assertLess(time.monotonic() - start, 10)
+        self.assertTrue(progress.IsCanceled)
+
+    def test_memory_budget(self):
+        self.assertGreater(vessik.MemoryBudget(), 1 << 20)
+        vessik.SetMemoryBudget(100)
+        try:
+            self.assertEqual(vessik.MemoryBudget(), 100)
+            with self.assertRaises(vessik.VessikError) as cm:
+                self.parse(self.drawing("small.dxf"))
+            self.assertEqual((cm.exception.number, cm.exception.description),
+                             (7, "Out of memory"))
+        finally:
+            vessik.SetMemoryBudget(0)
+        self.assertNotEqual(self.parse(self.drawing("small.dxf")), None)
 
     def test_failures(self):
         with self.assertRaises(vessik.VessikError) as cm:
