@@ -306,6 +306,21 @@ static void test_failures(void) {
   CHECK(err.number == 91);
   free(path);
 
+  /* A budget below what the drawing needs: out of memory, and no text. */
+  CHECK(vessik_memory_budget() > (1u << 20));
+  vessik_set_memory_budget(100);
+  CHECK(vessik_memory_budget() == 100);
+  path = drawing("budget.dxf", "0\nLINE\n8\n0\n10\n0\n20\n0\n11\n1\n21\n1\n");
+  text = (char*)"unchanged";
+  CHECK(vessik_parser_parse2(parser, path, d, p, &text, NULL, &err) != 0);
+  CHECK(err.number == VESSIK_E_OUT_OF_MEMORY && strcmp(err.description, "Out of memory") == 0);
+  CHECK(strcmp(text, "unchanged") == 0);
+  vessik_set_memory_budget(0);
+  CHECK(vessik_memory_budget() > (1u << 20));
+  CHECK(vessik_parser_parse2(parser, path, d, p, &text, NULL, &err) == 0);
+  vessik_string_free(text);
+  free(path);
+
   vessik_error_clear(&err);
   CHECK(err.number == 0 && err.source == NULL && err.description == NULL);
   vessik_progress_release(p);
