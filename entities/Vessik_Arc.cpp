@@ -52,15 +52,17 @@ void Vessik_Arc::AppendSegments(Vessik_Concat& Text, Vessik_Layers& Layers) {
   const Vessik_Point N(ExtrX, ExtrY, ExtrZ);
   BudgetVector<Vessik_Line> L = Arc2Polyline();
   Vessik_Aaa aaa;
+  size_t done = 0;
   for (Vessik_Line& line : L) {
     aaa.PlaceEnds(line, N, parent_);
     PumpMessages();
+    if (++done % 4096 == 0) PollCancel();
   }
-  PollCancel();
   for (Vessik_Line& line : L) {
     // The segments have no parent: they print as they stand.
     line.AppendText(Text, Layers);
     PumpMessages();
+    if (++done % 4096 == 0) PollCancel();
   }
 }
 

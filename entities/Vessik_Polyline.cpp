@@ -161,9 +161,11 @@ void Vessik_Polyline::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
     // Each segment then applies the chain once more when it prints: inside a block
     // the placement reaches polyline segments twice.
     Vessik_Aaa aaa;
+    size_t done = 0;
     for (Vessik_PolySegment& line : lines_) {
       aaa.PlaceEnds(line, E, parent_);
       PumpMessages();
+      if (++done % 4096 == 0) PollCancel();
     }
   }
   for (const Vessik_PolySegment& segment : lines_) {
