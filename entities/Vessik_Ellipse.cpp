@@ -93,9 +93,10 @@ double Vessik_Ellipse::TangentAt(double cost, double sint) const {
 void Vessik_Ellipse::Ellipse2Arcs(double Tolerance) {
   // The number of pieces n is the first, counting from 2, for which every piece of
   // an n-piece pass stays within the tolerance; a pass that misses is thrown away
-  // whole. So the passes that miss are only judged, on trial pieces that build no
-  // segments, and only the pass that decides is built: the one that fits, or the
-  // last one the guard allows, which the guard's failure leaves behind.
+  // whole. So each pass is first judged on trial pieces that build no segments;
+  // only the pass that fits gets its segments, from the trial's own values, and
+  // the last pass the guard allows is built in full for the guard's failure to
+  // leave behind.
   //
   // A trial piece does the very arithmetic of a built one, so it passes or misses
   // alike. A failure inside a trial (a direction or sweep that is not a number)
@@ -103,16 +104,20 @@ void Vessik_Ellipse::Ellipse2Arcs(double Tolerance) {
   // so that the failure is raised where building raises it.
   int32_t n = 2;
   dimensioned_ = false;
+  biArcs_.clear();
+  // What the trial worked out for each piece of the pass under way.
+  std::vector<Vessik_BiArcArcs> trialArcs;
   bool trials = true;
   for (;;) {
     if (trials) {
       bool fits = false;
       try {
-        fits = TrialPass(n, Tolerance);
+        fits = TrialPass(n, Tolerance, trialArcs);
       } catch (...) {
         trials = false;
       }
-      if (trials && !fits) {
+      if (fits) return;
+      if (trials) {
         if (n + 1 > kMaxPieces) {
           (void)BuildPass(n, Tolerance);
           RaiseCatalogued(CataloguedError("TooManyIterations"));
@@ -129,10 +134,11 @@ void Vessik_Ellipse::Ellipse2Arcs(double Tolerance) {
   }
 }
 
-bool Vessik_Ellipse::TrialPass(int32_t n, double Tolerance) const {
+bool Vessik_Ellipse::TrialPass(int32_t n, double Tolerance,
+                               std::vector<Vessik_BiArcArcs>& trialArcs) {
   PumpMessages();
-  Vessik_BiArc B;
-  Vessik_BiArcArcs arcs;
+  // The trial pieces stand in the chain itself, without segments, so that a pass
+  // that fits needs only its segments built.
   double t = SA;
   Vessik_Point P = EllipsePoint(t);
   double T = EllipseTangent(t);
@@ -145,6 +151,11 @@ bool Vessik_Ellipse::TrialPass(int32_t n, double Tolerance) const {
     const double sint1 = std::sin(t1);
     Vessik_Point Q = PointAt(cost1, sint1);
     const double T1 = TangentAt(cost1, sint1);
+    const size_t k = static_cast<size_t>(i - 1);
+    if (biArcs_.size() <= k) biArcs_.emplace_back();
+    if (trialArcs.size() <= k) trialArcs.emplace_back();
+    Vessik_BiArc& B = biArcs_[k];
+    Vessik_BiArcArcs& arcs = trialArcs[k];
     B.Pa = P;
     B.Pb = Q;
     B.Tana = T;
@@ -155,6 +166,15 @@ bool Vessik_Ellipse::TrialPass(int32_t n, double Tolerance) const {
     if (!CheckQuarterPoints(arcs, Tolerance, t, t1)) return false;
     t = t1;
   }
+  // Every piece fits: the chain is this pass, built from what the trial worked
+  // out. Earlier passes were shorter, so the chain holds exactly n pieces.
+  for (size_t k = 0; k < biArcs_.size(); ++k) {
+    Vessik_BiArc& B = biArcs_[k];
+    B.MinR = Tolerance / 100;
+    B.Parent = parent_;
+    B.Init(Id, Layer, Color, trialArcs[k]);
+  }
+  dimensioned_ = true;
   return true;
 }
 

@@ -49,9 +49,10 @@ class Vessik_Ellipse : public Vessik_Entity {
   // EllipsePoint and EllipseTangent from the cosine and sine of t.
   Vessik_Point PointAt(double cost, double sint) const;
   double TangentAt(double cost, double sint) const;
-  // One pass of n pieces judged on trial pieces, nothing kept: true if every
-  // piece stays within the tolerance.
-  bool TrialPass(int32_t n, double Tolerance) const;
+  // One pass of n pieces judged on trial pieces: true if every piece stays within
+  // the tolerance, and the chain is then built. trialArcs keeps what the trial
+  // works out for each piece.
+  bool TrialPass(int32_t n, double Tolerance, std::vector<Vessik_BiArcArcs>& trialArcs);
   // One pass of n pieces built into the chain, up to the first piece that misses;
   // true if none misses.
   bool BuildPass(int32_t n, double Tolerance);

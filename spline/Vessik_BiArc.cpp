@@ -46,14 +46,20 @@ double Vessik_BiArcArcs::FittingError(const Vessik_Point& Pt) const {
 }
 
 void Vessik_BiArc::Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessik_Color>& pColor) {
+  // The layout does nothing but arithmetic on the points and tangents: it can
+  // come before the fields that Init sets first.
+  Vessik_BiArcArcs arcs;
+  Layout(arcs);
+  Init(pId, pLayer, pColor, arcs);
+}
+
+void Vessik_BiArc::Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessik_Color>& pColor,
+                        const Vessik_BiArcArcs& arcs) {
   Id = pId;
   Layer = pLayer;
   Color = pColor;
   Valid = true;
   Geos = Vessik_Collection<Vessik_Geo>();
-
-  Vessik_BiArcArcs arcs;
-  Layout(arcs);
   if (arcs.Count == 0) return;
   if (arcs.Count == 1) {
     AddLine();

@@ -67,6 +67,10 @@ class Vessik_BiArc {
 
   void Release();
   void Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessik_Color>& pColor);
+  // Init of a piece whose Trial gave Arcs, its points and tangents unchanged
+  // since: the same biarc as Init builds, without working it out again.
+  void Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessik_Color>& pColor,
+            const Vessik_BiArcArcs& Arcs);
   // Everything Init works out, with every failure Init would raise, but no segment
   // is built and Geos, Id, Layer, Color and Valid are left alone. Sets l, Teta and
   // Shape as Init does. For callers that try many pieces and keep few.
