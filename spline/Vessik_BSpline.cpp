@@ -93,12 +93,12 @@ const Vessik_Array2D& Vessik_BSpline::ders_basis_functions(int32_t span, double 
   std::vector<double>& left = left_;
   std::vector<double>& right = right_;
 
-  // The two triangles of the textbook's ndu, each kept by rows. Below the
+  // The two triangles of the usual square ndu, each kept by rows. Below the
   // diagonal, (j, r) with r < j is the knot difference right(r + 1) + left(j - r);
   // on and above it, (r, j) with r <= j is the basis function r of degree j. Row j
   // of the array holds the differences of round j in its columns 0 to j - 1 and
   // the basis functions of degree p - j in its columns j to p, so that the loop of
-  // each round walks along rows, where the textbook's layout walks the functions
+  // each round walks along rows, where the square layout walks the functions
   // down a column, a row length apart.
   auto diff = [&ndu](int32_t j, int32_t r) -> double& { return ndu(j, r); };
   auto basis = [&ndu, p](int32_t r, int32_t j) -> double& { return ndu(p - j, p - j + r); };
