@@ -1,5 +1,6 @@
 // Throughput of the curve approximation: cubic splines of 8 to 20 control points
-// and ellipses, each fitted at tolerance 0.01.
+// and ellipses, each fitted at tolerance 0.01, and one ellipse whose search for
+// its number of pieces runs long.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -87,5 +88,27 @@ void BM_Ellipse(benchmark::State& state) {
   state.counters["pieces"] = static_cast<double>(pieces);
 }
 BENCHMARK(BM_Ellipse)->Arg(90)->Arg(50)->Arg(20)->Unit(benchmark::kMicrosecond);
+
+// An ellipse squashed onto a line by a centre at y = 1e308, which the half axes
+// of 1 and 0.5 no longer move: its tangents still turn, and the search for the
+// number of pieces runs through some thousand passes before one fits.
+void BM_EllipseSquashed(benchmark::State& state) {
+  size_t pieces = 0;
+  for (auto _ : state) {
+    Vessik_Ellipse e;
+    e.CY1 = 1e308;
+    e.CX2 = 1;
+    e.Ratio = 0.5;
+    e.SA = 0;
+    e.EA = 1.5;
+    e.SetBackgroundValues();
+    e.Ellipse2Arcs(0.01);
+    pieces = e.BiArcs().size();
+    benchmark::DoNotOptimize(pieces);
+  }
+  state.SetItemsProcessed(state.iterations());
+  state.counters["pieces"] = static_cast<double>(pieces);
+}
+BENCHMARK(BM_EllipseSquashed)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -62,6 +62,9 @@ void Vessik_Ellipse::Vessik_IEntity_Init(Vessik_CommonData* Data) {
 
 void Vessik_Ellipse::SetBackgroundValues() {
   axisAngle_ = ArcTan2(CX2, CY2);
+  // Every point needs these two; they depend on the axis alone.
+  cosAxis_ = std::cos(axisAngle_);
+  sinAxis_ = std::sin(axisAngle_);
   majorRadius_ = std::sqrt(CX2 * CX2 + CY2 * CY2);
   minorRadius_ = majorRadius_ * Ratio;
   // No normalisation: an end below the start walks the ellipse backwards.
@@ -69,53 +72,61 @@ void Vessik_Ellipse::SetBackgroundValues() {
 }
 
 Vessik_Point Vessik_Ellipse::EllipsePoint(double t) const {
-  const double x = std::cos(t) * majorRadius_ * std::cos(axisAngle_) -
-                   std::sin(t) * minorRadius_ * std::sin(axisAngle_) + CX1;
-  const double y = std::sin(t) * minorRadius_ * std::cos(axisAngle_) +
-                   std::cos(t) * majorRadius_ * std::sin(axisAngle_) + CY1;
-  return Vessik_Point(x, y, 0);
+  return PointAt(std::cos(t), std::sin(t));
 }
 
 double Vessik_Ellipse::EllipseTangent(double t) const {
+  return TangentAt(std::cos(t), std::sin(t));
+}
+
+Vessik_Point Vessik_Ellipse::PointAt(double cost, double sint) const {
+  const double x = cost * majorRadius_ * cosAxis_ - sint * minorRadius_ * sinAxis_ + CX1;
+  const double y = sint * minorRadius_ * cosAxis_ + cost * majorRadius_ * sinAxis_ + CY1;
+  return Vessik_Point(x, y, 0);
+}
+
+double Vessik_Ellipse::TangentAt(double cost, double sint) const {
   // Direction of increasing t, also for a negative sweep; the biarc normalises it.
-  return ArcTan2(std::cos(t) * minorRadius_, std::sin(t) * majorRadius_) + axisAngle_ +
-         3.14159265358979 / 2;
+  return ArcTan2(cost * minorRadius_, sint * majorRadius_) + axisAngle_ + 3.14159265358979 / 2;
 }
 
 void Vessik_Ellipse::Ellipse2Arcs(double Tolerance) {
+  // The number of pieces n is the first, counting from 2, for which every piece of
+  // an n-piece pass stays within the tolerance; a pass that misses is thrown away
+  // whole. So each pass is first judged on trial pieces that build no segments;
+  // only the pass that fits gets its segments, from the trial's own values, and
+  // the last pass the guard allows is built in full for the guard's failure to
+  // leave behind.
+  //
+  // A trial piece does the very arithmetic of a built one, so it passes or misses
+  // alike. A failure inside a trial (a direction or sweep that is not a number)
+  // would fail the built pass as well; that pass and all after it are then built,
+  // so that the failure is raised where building raises it.
   int32_t n = 2;
   dimensioned_ = false;
+  biArcs_.clear();
+  // What the trial worked out for each piece of the pass under way.
+  std::vector<Vessik_BiArcArcs> trialArcs;
+  bool trials = true;
   for (;;) {
-    double t = SA;
-    Vessik_Point P = EllipsePoint(t);
-    double T = EllipseTangent(t);
-    biArcs_.clear();
-    bool passed = true;
-    for (int32_t i = 1; i <= n; ++i) {
-      // Formed afresh each round: rounding adds up along the chain.
-      const double step = ext_ / n;
-      const double t1 = step + t;
-      Vessik_Point Q = EllipsePoint(t1);
-      const double T1 = EllipseTangent(t1);
-      biArcs_.emplace_back();
-      dimensioned_ = true;
-      Vessik_BiArc& B = biArcs_.back();
-      B.Pa = P;
-      B.Pb = Q;
-      B.Tana = T;
-      B.Tanb = T1;
-      B.MinR = Tolerance / 100;
-      B.Parent = parent_;
-      B.Init(Id, Layer, Color);
-      P = Q;
-      T = T1;
-      if (!CheckBiArc(B, Tolerance, t, t1)) {
-        passed = false;
-        break;
+    if (trials) {
+      bool fits = false;
+      try {
+        fits = TrialPass(n, Tolerance, trialArcs);
+      } catch (...) {
+        trials = false;
       }
-      t = t1;
+      if (fits) return;
+      if (trials) {
+        if (n + 1 > kMaxPieces) {
+          (void)BuildPass(n, Tolerance);
+          RaiseCatalogued(CataloguedError("TooManyIterations"));
+        }
+        n = n + 1;
+        continue;
+      }
     }
-    if (passed) return;
+    if (BuildPass(n, Tolerance)) return;
     if (n + 1 > kMaxPieces) {
       RaiseCatalogued(CataloguedError("TooManyIterations"));
     }
@@ -123,12 +134,97 @@ void Vessik_Ellipse::Ellipse2Arcs(double Tolerance) {
   }
 }
 
-bool Vessik_Ellipse::CheckBiArc(const Vessik_BiArc& B, double Tolerance, double t0,
-                                double t1) const {
+bool Vessik_Ellipse::TrialPass(int32_t n, double Tolerance,
+                               std::vector<Vessik_BiArcArcs>& trialArcs) {
+  PumpMessages();
+  // The trial pieces stand in the chain itself, without segments, so that a pass
+  // that fits needs only its segments built.
+  double t = SA;
+  Vessik_Point P = EllipsePoint(t);
+  double T = EllipseTangent(t);
+  for (int32_t i = 1; i <= n; ++i) {
+    // Formed afresh each round: rounding adds up along the chain.
+    const double step = ext_ / n;
+    const double t1 = step + t;
+    // Point and tangent share one cosine and sine of t1.
+    const double cost1 = std::cos(t1);
+    const double sint1 = std::sin(t1);
+    Vessik_Point Q = PointAt(cost1, sint1);
+    const double T1 = TangentAt(cost1, sint1);
+    const size_t k = static_cast<size_t>(i - 1);
+    if (biArcs_.size() <= k) biArcs_.emplace_back();
+    if (trialArcs.size() <= k) trialArcs.emplace_back();
+    Vessik_BiArc& B = biArcs_[k];
+    Vessik_BiArcArcs& arcs = trialArcs[k];
+    B.Pa = P;
+    B.Pb = Q;
+    B.Tana = T;
+    B.Tanb = T1;
+    B.Trial(arcs);
+    P = Q;
+    T = T1;
+    // A line or nothing misses by 0 at every quarter point, so the points need not
+    // be worked out: the worst miss is 0.
+    const bool fits = arcs.Count < 2 ? 0.0 < Tolerance : CheckQuarterPoints(arcs, Tolerance, t, t1);
+    if (!fits) return false;
+    t = t1;
+  }
+  // Every piece fits: the chain is this pass, built from what the trial worked
+  // out. Earlier passes were shorter, so the chain holds exactly n pieces.
+  for (size_t k = 0; k < biArcs_.size(); ++k) {
+    Vessik_BiArc& B = biArcs_[k];
+    B.MinR = Tolerance / 100;
+    B.Parent = parent_;
+    B.Init(Id, Layer, Color, trialArcs[k]);
+  }
+  dimensioned_ = true;
+  return true;
+}
+
+bool Vessik_Ellipse::BuildPass(int32_t n, double Tolerance) {
+  double t = SA;
+  Vessik_Point P = EllipsePoint(t);
+  double T = EllipseTangent(t);
+  biArcs_.clear();
+  for (int32_t i = 1; i <= n; ++i) {
+    // Formed afresh each round: rounding adds up along the chain.
+    const double step = ext_ / n;
+    const double t1 = step + t;
+    Vessik_Point Q = EllipsePoint(t1);
+    const double T1 = EllipseTangent(t1);
+    biArcs_.emplace_back();
+    dimensioned_ = true;
+    Vessik_BiArc& B = biArcs_.back();
+    B.Pa = P;
+    B.Pb = Q;
+    B.Tana = T;
+    B.Tanb = T1;
+    B.MinR = Tolerance / 100;
+    B.Parent = parent_;
+    B.Init(Id, Layer, Color);
+    P = Q;
+    T = T1;
+    if (!CheckQuarterPoints(B, Tolerance, t, t1)) return false;
+    t = t1;
+  }
+  return true;
+}
+
+double Vessik_Ellipse::PieceError(const Vessik_BiArc& B, const Vessik_Point& Pt) {
+  return B.get_biarc_fitting_error(Pt);
+}
+
+double Vessik_Ellipse::PieceError(const Vessik_BiArcArcs& B, const Vessik_Point& Pt) {
+  return B.FittingError(Pt);
+}
+
+template <class Piece>
+bool Vessik_Ellipse::CheckQuarterPoints(const Piece& B, double Tolerance, double t0,
+                                        double t1) const {
   const double d = (t1 - t0) / 4;
   double M = MostNegative;
   for (int32_t i = 1; i <= 3; ++i) {
-    double e = B.get_biarc_fitting_error(EllipsePoint(i * d + t0));
+    double e = PieceError(B, EllipsePoint(i * d + t0));
     if (e > M) M = e;
   }
   return M < Tolerance;

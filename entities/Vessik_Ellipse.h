@@ -46,9 +46,26 @@ class Vessik_Ellipse : public Vessik_Entity {
   double EllipseTangent(double t) const;
 
  private:
-  bool CheckBiArc(const Vessik_BiArc& B, double Tolerance, double t0, double t1) const;
+  // EllipsePoint and EllipseTangent from the cosine and sine of t.
+  Vessik_Point PointAt(double cost, double sint) const;
+  double TangentAt(double cost, double sint) const;
+  // One pass of n pieces judged on trial pieces: true if every piece stays within
+  // the tolerance, and the chain is then built. trialArcs keeps what the trial
+  // works out for each piece.
+  bool TrialPass(int32_t n, double Tolerance, std::vector<Vessik_BiArcArcs>& trialArcs);
+  // One pass of n pieces built into the chain, up to the first piece that misses;
+  // true if none misses.
+  bool BuildPass(int32_t n, double Tolerance);
+  // True if the piece from t0 to t1 misses the ellipse by less than the tolerance
+  // at its three quarter points.
+  template <class Piece>
+  bool CheckQuarterPoints(const Piece& B, double Tolerance, double t0, double t1) const;
+  static double PieceError(const Vessik_BiArc& B, const Vessik_Point& Pt);
+  static double PieceError(const Vessik_BiArcArcs& B, const Vessik_Point& Pt);
 
   double axisAngle_ = 0;
+  double cosAxis_ = 1;
+  double sinAxis_ = 0;
   double majorRadius_ = 0;
   double minorRadius_ = 0;
   double ext_ = 0;

@@ -70,6 +70,9 @@ class Vessik_Spline : public Vessik_Entity {
   void FitSection(const Section& S, double Tolerance, double FitTolerance, NodeList& Nodes,
                   BiArcList& BiArcs, int32_t& Iterations);
   bool BiarcFits(const Vessik_BiArc& BiArc, double Limit, double U0, double U1);
+  bool BiarcFits(const Vessik_BiArcArcs& Arcs, double Limit, double U0, double U1);
+  template <class Piece>
+  bool WorstMissBelow(const Piece& BiArc, double Limit, double U0, double U1);
   GeoList Biarcs2Geos(const Vessik_Collection<BiArcList>& BiArcs);
 
   // Simplification of the segments of one section.

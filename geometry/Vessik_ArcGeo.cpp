@@ -26,21 +26,27 @@ void Vessik_ArcGeo::Init(int32_t pId, int32_t pLayer, std::shared_ptr<Vessik_Col
   Layer = pLayer;
   Color = std::move(pColor);
   Dir = pDir;
+  Ext = Sweep(SA, EA, pDir);
+  length = std::fabs(Ext) * R;
+}
+
+double Vessik_ArcGeo::Sweep(double SA, double EA, double pDir) {
   const double e = EA - SA;
   // The clockwise sweep from SA to EA, in (-2 Pi, 0].
   const double t = FloatMod(e, -6.28318530717958);
+  double ext = 0;
   if (pDir > 0) {
     // Rounding where a floor would give the counter-clockwise sweep: a sweep of Pi
     // or more comes out as its negative complement. The writer never uses Ext.
     const int32_t n = RoundToLong(t / 6.28318530717958);
-    Ext = t - n * 6.28318530717958;
+    ext = t - n * 6.28318530717958;
   } else {
     const int32_t n = CeilToLong(t / 6.28318530717958);
-    Ext = n * 6.28318530717958 + t;
+    ext = n * 6.28318530717958 + t;
   }
   // Coincident ends mean a full turn, positive whichever the direction.
-  if (Ext == 0) Ext = 6.28318530717958;
-  length = std::fabs(Ext) * R;
+  if (ext == 0) ext = 6.28318530717958;
+  return ext;
 }
 
 Vessik_Arc Vessik_ArcGeo::GenerateArc() const {

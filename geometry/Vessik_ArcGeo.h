@@ -41,6 +41,9 @@ class Vessik_ArcGeo : public Vessik_Entity {
   double EAA() const;
   // Assign O, R, SA, EA and the parent first.
   void Init(int32_t pId, int32_t pLayer, std::shared_ptr<Vessik_Color> pColor, double pDir);
+  // The signed sweep that Init gives Ext for these end angles and direction; an
+  // angle that is not a number raises 6 as in Init.
+  static double Sweep(double SA, double EA, double pDir);
   // The counter-clockwise arc entity of this arc, in the frame of its block, with
   // the parent set; its settings stay 0.
   Vessik_Arc GenerateArc() const;

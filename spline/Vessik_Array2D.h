@@ -26,6 +26,12 @@ class Vessik_Array2D {
   // the array empty. More than kMaxElements raises 7, the failure of an
   // allocation.
   void Reset(int64_t rows, int64_t cols) {
+    Size(rows, cols);
+    data_.assign(data_.size(), 0.0);
+  }
+  // Sizes the array as Reset does, with the same failures, but leaves its content
+  // to the caller: for arrays that are written in full before they are read.
+  void Size(int64_t rows, int64_t cols) {
     const int64_t r = rows < 0 ? 0 : rows;
     const int64_t c = cols < 0 ? 0 : cols;
     // Each side checked alone first, so that the product below cannot overflow.
@@ -34,10 +40,13 @@ class Vessik_Array2D {
     }
     rows_ = static_cast<int32_t>(r);
     cols_ = static_cast<int32_t>(c);
-    data_.assign(static_cast<size_t>(r * c), 0.0);
+    data_.resize(static_cast<size_t>(r * c));
   }
   int32_t Rows() const { return rows_; }
   int32_t Cols() const { return cols_; }
+  // Row r as a plain pointer, for a loop whose own bounds keep it within the row;
+  // a row outside the array raises 9.
+  double* Row(int32_t r) { return data_.data() + Index(r, 0); }
   // A position outside the array raises 9, never a read out of bounds.
   double& operator()(int32_t r, int32_t c) { return data_[Index(r, c)]; }
   double operator()(int32_t r, int32_t c) const { return data_[Index(r, c)]; }

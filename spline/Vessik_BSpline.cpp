@@ -81,17 +81,30 @@ const Vessik_Array2D& Vessik_BSpline::ders_basis_functions(int32_t span, double 
   // below 0 leaves them empty, and the first write below raises 9. Past this
   // point 0 <= p and (p + 1) squared is within the limit, so no sum of p with a
   // loop counter overflows.
+  //
+  // ndu, left, right and ders are written in full before they are read, so they
+  // are only sized; a keeps its zeros, as its rows are read across the rounds.
   const int64_t size = static_cast<int64_t>(p) + 1;
-  ndu.Reset(size, size);
+  ndu.Size(size, size);
   a.Reset(2, size);
-  ders.Reset(static_cast<int64_t>(n) + 1, size);
+  ders.Size(static_cast<int64_t>(n) + 1, size);
   const size_t sides = size + 1 > 0 ? static_cast<size_t>(size + 1) : 0;
-  left_.assign(sides, 0.0);
-  right_.assign(sides, 0.0);
+  left_.resize(sides);
+  right_.resize(sides);
   std::vector<double>& left = left_;
   std::vector<double>& right = right_;
 
-  ndu(0, 0) = 1;
+  // The two triangles of the usual square ndu, each kept by rows. Below the
+  // diagonal, (j, r) with r < j is the knot difference right(r + 1) + left(j - r);
+  // on and above it, (r, j) with r <= j is the basis function r of degree j. Row j
+  // of the array holds the differences of round j in its columns 0 to j - 1 and
+  // the basis functions of degree p - j in its columns j to p, so that the loop of
+  // each round walks along rows, where the square layout walks the functions
+  // down a column, a row length apart.
+  auto diff = [&ndu](int32_t j, int32_t r) -> double& { return ndu(j, r); };
+  auto basis = [&ndu, p](int32_t r, int32_t j) -> double& { return ndu(p - j, p - j + r); };
+
+  basis(0, 0) = 1;
   for (int32_t j = 1; j <= p; ++j) {
     // A high degree makes one evaluation long on its own.
     if (j % 64 == 0) PollCancel();
@@ -112,18 +125,23 @@ const Vessik_Array2D& Vessik_BSpline::ders_basis_functions(int32_t span, double 
       right[sj] = Knot(m) - u;
       CurvePointValid() = false;
     }
+    // The differences of this round, the functions of degree j - 1 and those of
+    // degree j, each a run of one row: r below stays within all three.
+    double* dif = ndu.Row(j);
+    const double* lower = ndu.Row(p - j + 1) + (p - j + 1);
+    double* upper = ndu.Row(p - j) + (p - j);
     double saved = 0;
     for (int32_t r = 0; r <= j - 1; ++r) {
       const size_t r1 = static_cast<size_t>(r + 1);
       const size_t jr = static_cast<size_t>(j - r);
-      ndu(j, r) = right[r1] + left[jr];
-      double temp = ndu(r, j - 1) / ndu(j, r);
-      ndu(r, j) = saved + right[r1] * temp;
+      dif[r] = right[r1] + left[jr];
+      double temp = lower[r] / dif[r];
+      upper[r] = saved + right[r1] * temp;
       saved = left[jr] * temp;
     }
-    ndu(j, j) = saved;
+    upper[j] = saved;
   }
-  for (int32_t j = 0; j <= p; ++j) ders(0, j) = ndu(j, p);
+  for (int32_t j = 0; j <= p; ++j) ders(0, j) = basis(j, p);
 
   for (int32_t r = 0; r <= p; ++r) {
     if (r % 64 == 63) PollCancel();
@@ -135,18 +153,18 @@ const Vessik_Array2D& Vessik_BSpline::ders_basis_functions(int32_t span, double 
       int32_t rk = r - k;
       int32_t pk = p - k;
       if (r >= k) {
-        a(s2, 0) = a(s1, 0) / ndu(pk + 1, rk);
-        d = a(s2, 0) * ndu(rk, pk);
+        a(s2, 0) = a(s1, 0) / diff(pk + 1, rk);
+        d = a(s2, 0) * basis(rk, pk);
       }
       int32_t j1 = rk < -1 ? -rk : 1;
       int32_t j2 = r - 1 <= pk ? k - 1 : p - r;
       for (int32_t j = j1; j <= j2; ++j) {
-        a(s2, j) = (a(s1, j) - a(s1, j - 1)) / ndu(pk + 1, rk + j);
-        d = d + a(s2, j) * ndu(rk + j, pk);
+        a(s2, j) = (a(s1, j) - a(s1, j - 1)) / diff(pk + 1, rk + j);
+        d = d + a(s2, j) * basis(rk + j, pk);
       }
       if (r <= pk) {
-        a(s2, k) = -a(s1, k - 1) / ndu(pk + 1, r);
-        d = d + a(s2, k) * ndu(r, pk);
+        a(s2, k) = -a(s1, k - 1) / diff(pk + 1, r);
+        d = d + a(s2, k) * basis(r, pk);
       }
       ders(k, r) = d;
       int32_t t = s1;
@@ -182,19 +200,21 @@ const Vessik_Array2D& Vessik_BSpline::bspline_ders_evaluate(int32_t n, double u)
   const int32_t upper = static_cast<int32_t>(HCPoints.size()) - 1;
   for (int32_t k = 0; k <= du; ++k) {
     for (int32_t j = 0; j <= p; ++j) {
-      for (int32_t c = 0; c <= 2; ++c) {
-        // 64 bits: span - p with a span near the bottom of its range.
-        const int64_t i = static_cast<int64_t>(span) - p + j;
-        if (i > upper) {
-          CurvePointValid() = false;
-          continue;
-        }
-        // Below the first point (only at the very last knot) the term is left out.
-        if (i < 0) continue;
-        const Vessik_Point& P = HCPoints[static_cast<size_t>(i)];
-        double cp = c == 0 ? P.X : (c == 1 ? P.Y : P.Z);
-        CK(k, c) = CK(k, c) + cp * nders(k, j);
+      // 64 bits: span - p with a span near the bottom of its range.
+      const int64_t i = static_cast<int64_t>(span) - p + j;
+      if (i > upper) {
+        CurvePointValid() = false;
+        continue;
       }
+      // Below the first point (only at the very last knot) the term is left out.
+      if (i < 0) continue;
+      // Each coordinate sums its terms in the order of j, as one loop over the
+      // coordinates inside this one would.
+      const Vessik_Point& P = HCPoints[static_cast<size_t>(i)];
+      const double N = nders(k, j);
+      CK(k, 0) = CK(k, 0) + P.X * N;
+      CK(k, 1) = CK(k, 1) + P.Y * N;
+      CK(k, 2) = CK(k, 2) + P.Z * N;
     }
   }
   return CK;

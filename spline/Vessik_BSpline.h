@@ -35,7 +35,7 @@ class Vessik_BSpline {
   std::vector<double> Knots;
   std::vector<Vessik_Point> HCPoints;
 
-  // Work arrays, refilled with 0 at every call.
+  // Work arrays, sized at every call and kept between calls.
   Vessik_Array2D ndu_;
   Vessik_Array2D a_;
   Vessik_Array2D ders_;

@@ -14,13 +14,92 @@ void Vessik_BiArc::Release() {
   Parent = nullptr;
 }
 
+namespace {
+
+// The angle between tangent and radius, brought into (-Pi, Pi]: about +Pi/2 for
+// a counter-clockwise arc, about -Pi/2 for a clockwise one.
+double ArcDirection(double d) {
+  double m = FloatMod(d, -6.28318530717958);
+  int32_t n = CeilToLong(m / 3.14159265358979);
+  return m - n * 6.28318530717958;
+}
+
+// Radial distance of Pt from the arc in whose angle range it lies. Raw angles,
+// blind to the wrap at +-Pi: a first arc across the negative X axis claims the
+// opposite side of its circle.
+double ArcsFittingError(const Vessik_Point& O1, double R1, double SA1, double EA1,
+                        const Vessik_Point& O2, double R2, const Vessik_Point& Pt) {
+  double ang = O1.NormAngle(Pt);
+  double lo = MinOf(SA1, EA1);
+  double hi = MaxOf(SA1, EA1);
+  double E =
+      (lo <= ang && hi >= ang) ? std::abs(R1) - O1.Distance(Pt) : std::abs(R2) - O2.Distance(Pt);
+  return std::abs(E);
+}
+
+}  // namespace
+
+double Vessik_BiArcArcs::FittingError(const Vessik_Point& Pt) const {
+  // A line or nothing always passes the fitting test.
+  if (Count < 2) return 0;
+  return ArcsFittingError(O1, R1, SA1, EA1, O2, R2, Pt);
+}
+
 void Vessik_BiArc::Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessik_Color>& pColor) {
+  // The layout does nothing but arithmetic on the points and tangents: it can
+  // come before the fields that Init sets first.
+  Vessik_BiArcArcs arcs;
+  Layout(arcs);
+  Init(pId, pLayer, pColor, arcs);
+}
+
+void Vessik_BiArc::Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessik_Color>& pColor,
+                        const Vessik_BiArcArcs& arcs) {
   Id = pId;
   Layer = pLayer;
   Color = pColor;
   Valid = true;
   Geos = Vessik_Collection<Vessik_Geo>();
+  if (arcs.Count == 0) return;
+  if (arcs.Count == 1) {
+    AddLine();
+    return;
+  }
 
+  auto first = std::make_shared<Vessik_ArcGeo>();
+  first->Pa = Pa;
+  first->Pe = arcs.J;
+  first->O = arcs.O1;
+  first->R = arcs.R1;
+  first->SA = arcs.SA1;
+  first->EA = arcs.EA1;
+  first->Vessik_IEntity_Parent(Parent);
+  first->Init(Id, Layer, Color, ArcDirection(Tana - arcs.SA1));
+  Geos.Add(Vessik_Geo(first));
+
+  auto second = std::make_shared<Vessik_ArcGeo>();
+  second->Pa = arcs.J;
+  second->Pe = Pb;
+  second->O = arcs.O2;
+  second->R = arcs.R2;
+  second->SA = arcs.SA2;
+  second->EA = arcs.EA2;
+  second->Vessik_IEntity_Parent(Parent);
+  second->Init(Id, Layer, Color, ArcDirection(Tanb - arcs.EA2));
+  Geos.Add(Vessik_Geo(second));
+}
+
+void Vessik_BiArc::Trial(Vessik_BiArcArcs& Arcs) {
+  Layout(Arcs);
+  if (Arcs.Count < 2) return;
+  // What Init goes on to work out for the two arcs, in the same order, for the
+  // failures alone: a direction or sweep that is not a number is an overflow.
+  (void)Vessik_ArcGeo::Sweep(Arcs.SA1, Arcs.EA1, ArcDirection(Tana - Arcs.SA1));
+  (void)Vessik_ArcGeo::Sweep(Arcs.SA2, Arcs.EA2, ArcDirection(Tanb - Arcs.EA2));
+}
+
+void Vessik_BiArc::Layout(Vessik_BiArcArcs& Arcs) {
+  Arcs.Count = 0;
   double a = 0;
   get_chord(a);
   double alpha = 0;
@@ -31,7 +110,7 @@ void Vessik_BiArc::Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessi
     return;
   }
   if (Shape == "LineGeo") {
-    AddLine();
+    Arcs.Count = 1;
     return;
   }
   double r1 = 0;
@@ -40,13 +119,13 @@ void Vessik_BiArc::Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessi
   // Radii this large are flat enough to be a line.
   if (std::abs(r1) > 500000 || std::abs(r2) > 500000) {
     Shape = "LineGeo";
-    AddLine();
+    Arcs.Count = 1;
     return;
   }
   // Both radii exactly 0: get_radii's signal for a degenerate angle sum.
   if (r1 == 0 && r2 == 0) {
     Shape = "LineGeo";
-    AddLine();
+    Arcs.Count = 1;
     return;
   }
   // Only both radii small together drop the piece; one small radius still builds.
@@ -55,46 +134,12 @@ void Vessik_BiArc::Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessi
     return;
   }
 
-  Vessik_Point O1;
-  Vessik_Point O2;
-  Vessik_Point J;
-  get_centers(r1, r2, Tana, Teta, O1, O2, J);
-  double sa1 = 0;
-  double ea1 = 0;
-  double sa2 = 0;
-  double ea2 = 0;
-  get_arc_angles(Pa, O1, J, sa1, ea1);
-  get_arc_angles(J, O2, Pb, sa2, ea2);
-
-  // The angle between tangent and radius, brought into (-Pi, Pi]: about +Pi/2
-  // for a counter-clockwise arc, about -Pi/2 for a clockwise one.
-  auto direction = [](double d) {
-    double m = FloatMod(d, -6.28318530717958);
-    int32_t n = CeilToLong(m / 3.14159265358979);
-    return m - n * 6.28318530717958;
-  };
-
-  auto first = std::make_shared<Vessik_ArcGeo>();
-  first->Pa = Pa;
-  first->Pe = J;
-  first->O = O1;
-  first->R = std::abs(r1);
-  first->SA = sa1;
-  first->EA = ea1;
-  first->Vessik_IEntity_Parent(Parent);
-  first->Init(Id, Layer, Color, direction(Tana - sa1));
-  Geos.Add(Vessik_Geo(first));
-
-  auto second = std::make_shared<Vessik_ArcGeo>();
-  second->Pa = J;
-  second->Pe = Pb;
-  second->O = O2;
-  second->R = std::abs(r2);
-  second->SA = sa2;
-  second->EA = ea2;
-  second->Vessik_IEntity_Parent(Parent);
-  second->Init(Id, Layer, Color, direction(Tanb - ea2));
-  Geos.Add(Vessik_Geo(second));
+  get_centers(r1, r2, Tana, Teta, Arcs.O1, Arcs.O2, Arcs.J);
+  get_arc_angles(Pa, Arcs.O1, Arcs.J, Arcs.SA1, Arcs.EA1);
+  get_arc_angles(Arcs.J, Arcs.O2, Pb, Arcs.SA2, Arcs.EA2);
+  Arcs.R1 = std::abs(r1);
+  Arcs.R2 = std::abs(r2);
+  Arcs.Count = 2;
 }
 
 void Vessik_BiArc::AddLine() {
@@ -177,27 +222,14 @@ void Vessik_BiArc::get_arc_angles(const Vessik_Point& P1, const Vessik_Point& O,
 }
 
 double Vessik_BiArc::get_biarc_fitting_error(const Vessik_Point& Pt) const {
-  double E = MostNegative;
-  try {
-    // A biarc with fewer than two items fails on the read of item 2, and the
-    // handler leaves with 0: a line or nothing always passes the fitting test.
-    const Vessik_Geo& g1 = Geos.Item(1);
-    const Vessik_Geo& g2 = Geos.Item(2);
-    const Vessik_ArcGeo* A1 = g1.Arc();
-    const Vessik_ArcGeo* A2 = g2.Arc();
-    if (A1 != nullptr && A2 != nullptr) {
-      double ang = A1->O.NormAngle(Pt);
-      double lo = MinOf(A1->SA, A1->EA);
-      double hi = MaxOf(A1->SA, A1->EA);
-      // Raw angles, blind to the wrap at +-Pi: a first arc across the negative X
-      // axis claims the opposite side of its circle.
-      const Vessik_ArcGeo* A = (lo <= ang && hi >= ang) ? A1 : A2;
-      E = std::abs(A->R) - A->O.Distance(Pt);
-    }
-  } catch (...) {
-    return 0;
-  }
-  return std::abs(E);
+  // A biarc with fewer than two items has no item 2: a line or nothing always
+  // passes the fitting test, with the error 0.
+  if (Geos.Count() < 2) return 0;
+  const Vessik_ArcGeo* A1 = Geos.Item(1).Arc();
+  const Vessik_ArcGeo* A2 = Geos.Item(2).Arc();
+  // Two items that are not both arcs: no measurement (never built).
+  if (A1 == nullptr || A2 == nullptr) return std::abs(MostNegative);
+  return ArcsFittingError(A1->O, A1->R, A1->SA, A1->EA, A2->O, A2->R, Pt);
 }
 
 std::string Vessik_BiArc::ToString(Vessik_Layers& Layers) const {

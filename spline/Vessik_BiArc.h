@@ -17,6 +17,31 @@ namespace vessik {
 
 class Vessik_IParent;
 
+// The geometry of a biarc as plain values, worked out before any segment is
+// built: how many segments it has and, for two arcs, their centres, radii and end
+// angles. The fitting error needs nothing else, so a trial piece can be judged on
+// these alone and dropped without ever allocating its segments.
+struct Vessik_BiArcArcs {
+  // 0 for "Zero", 1 for "LineGeo", 2 for two arcs; the fields below only count
+  // for 2.
+  int32_t Count = 0;
+  Vessik_Point O1;
+  Vessik_Point O2;
+  // The junction of the two arcs.
+  Vessik_Point J;
+  // Radii without sign, as the arcs keep them.
+  double R1 = 0;
+  double R2 = 0;
+  double SA1 = 0;
+  double EA1 = 0;
+  double SA2 = 0;
+  double EA2 = 0;
+
+  // The fitting error of the biarc these values describe: the same number that
+  // get_biarc_fitting_error gives for the built biarc.
+  double FittingError(const Vessik_Point& Pt) const;
+};
+
 class Vessik_BiArc {
  public:
   int32_t Id = 0;
@@ -42,6 +67,14 @@ class Vessik_BiArc {
 
   void Release();
   void Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessik_Color>& pColor);
+  // Init of a piece whose Trial gave Arcs, its points and tangents unchanged
+  // since: the same biarc as Init builds, without working it out again.
+  void Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessik_Color>& pColor,
+            const Vessik_BiArcArcs& Arcs);
+  // Everything Init works out, with every failure Init would raise, but no segment
+  // is built and Geos, Id, Layer, Color and Valid are left alone. Sets l, Teta and
+  // Shape as Init does. For callers that try many pieces and keep few.
+  void Trial(Vessik_BiArcArcs& Arcs);
   // Radial distance of Pt from the arc in whose angle range it lies; 0 for a
   // biarc that has no second item.
   double get_biarc_fitting_error(const Vessik_Point& Pt) const;
@@ -49,6 +82,9 @@ class Vessik_BiArc {
   void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) const;
 
  private:
+  // Chord, shape, radii, centres and arc angles: the part of Init before the
+  // segments.
+  void Layout(Vessik_BiArcArcs& Arcs);
   void get_chord(double& a);
   void get_shape(double a, double TanA, double TanB, double Tol, double& alpha, double& beta);
   static void norm_tangent_angles(double& alpha, double& beta);

@@ -19,6 +19,16 @@ namespace {
 constexpr double kEndGap = 1e-9;
 constexpr int32_t kMaxIterations = 10000;
 
+// The fitting error of a built biarc, and of one only worked out: the same
+// number for the same piece.
+double FittingError(const Vessik_BiArc& B, const Vessik_Point& Pt) {
+  return B.get_biarc_fitting_error(Pt);
+}
+
+double FittingError(const Vessik_BiArcArcs& B, const Vessik_Point& Pt) {
+  return B.FittingError(Pt);
+}
+
 double LastOf(const std::vector<double>& Knots) {
   if (Knots.empty()) RaisePlatformError(errnum::SubscriptOutOfRange);
   return Knots.back();
@@ -115,19 +125,25 @@ void Vessik_Spline::FitSection(const Section& S, double Tolerance, double FitTol
     B.Tanb = Tangent;
     B.MinR = Tolerance * 0.5;
     B.Parent = parent_;
-    B.Init(Id, Layer, Color);
-    B.Valid = Pt.Valid;
+    // The biarc is worked out, with any failure of its Init, but its segments are
+    // built only once it is kept: a rejected attempt costs no segments.
+    Vessik_BiArcArcs arcs;
+    B.Trial(arcs);
 
     if (B.Shape == "Zero") {
       // Nothing to lay: keep the old node and reach further.
       Step = MinOf(2 * Step, maxStep_);
     } else if (B.Shape == "LineGeo") {
       // A straight piece is taken without a test.
+      B.Init(Id, Layer, Color, arcs);
+      B.Valid = Pt.Valid;
       BiArcs.Add(std::move(B));
       Step = MinOf(2 * Step, maxStep_);
       Nodes.Add(Node{Pt, Tangent});
-    } else if (BiarcFits(B, FitTolerance, u - Step, u)) {
+    } else if (BiarcFits(arcs, FitTolerance, u - Step, u)) {
       Nodes.Add(Node{Pt, Tangent});
+      B.Init(Id, Layer, Color, arcs);
+      B.Valid = Pt.Valid;
       BiArcs.Add(std::move(B));
       Step = MinOf(Step / 0.7, maxStep_);
     } else {
@@ -143,6 +159,15 @@ void Vessik_Spline::FitSection(const Section& S, double Tolerance, double FitTol
 }
 
 bool Vessik_Spline::BiarcFits(const Vessik_BiArc& BiArc, double Limit, double U0, double U1) {
+  return WorstMissBelow(BiArc, Limit, U0, U1);
+}
+
+bool Vessik_Spline::BiarcFits(const Vessik_BiArcArcs& Arcs, double Limit, double U0, double U1) {
+  return WorstMissBelow(Arcs, Limit, U0, U1);
+}
+
+template <class Piece>
+bool Vessik_Spline::WorstMissBelow(const Piece& BiArc, double Limit, double U0, double U1) {
   const double du = (U1 - U0) / 5.0;
   double Worst = MostNegative;
   Vessik_Point Pt;
@@ -150,7 +175,7 @@ bool Vessik_Spline::BiarcFits(const Vessik_BiArc& BiArc, double Limit, double U0
   for (int32_t i = 1; i <= 5; ++i) {
     const double u = i * du + U0;
     nurbs_->Evaluate(0, u, Pt, Dummy);
-    const double e = BiArc.get_biarc_fitting_error(Pt);
+    const double e = FittingError(BiArc, Pt);
     if (e > Worst) Worst = e;
   }
   return Worst < Limit;

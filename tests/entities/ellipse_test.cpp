@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -338,6 +339,137 @@ TEST(Ellipse, ToStringBeforeFittingIsEmpty) {
   EXPECT_FALSE(e.BiArcsDimensioned());
   EXPECT_EQ(e.Vessik_IEntity_ToString(layers), "");
   e.Vessik_IEntity_Release();
+}
+
+// Drawings meant to hurt: numbers at the ends of the range, not-a-number, a
+// tolerance that can never be met. Each one's outcome is held here exactly, the
+// failure or the whole text, so that the search for n may get faster but never
+// different.
+
+Vessik_Ellipse MakeAt(double cx1, double cy1, double cx2, double ratio, double sa, double ea) {
+  Vessik_Ellipse e;
+  e.CX1 = cx1;
+  e.CY1 = cy1;
+  e.CX2 = cx2;
+  e.Ratio = ratio;
+  e.SA = sa;
+  e.EA = ea;
+  e.SetBackgroundValues();
+  return e;
+}
+
+// The failure number of Ellipse2Arcs, or 0 when it finishes.
+int32_t FitFailure(Vessik_Ellipse& e, double tolerance) {
+  try {
+    e.Ellipse2Arcs(tolerance);
+  } catch (const Vessik_Error& err) {
+    EXPECT_EQ(err.Description(), "Iterations above 10000 reduce tolerance.");
+    return err.Number();
+  }
+  return 0;
+}
+
+std::string FitText(Vessik_Ellipse& e, double tolerance) {
+  e.Ellipse2Arcs(tolerance);
+  Vessik_Layers layers;
+  return e.Vessik_IEntity_ToString(layers);
+}
+
+constexpr int32_t kTooManyIterations = -2147221403;
+
+TEST(EllipseHostile, CentreAtTheTopOfTheRangeHitsTheGuard) {
+  // Every point has y = 1e308: the ellipse of half axes 1 and 0.5 is squashed
+  // onto a line, while its tangents still turn. Each pass misses about a quarter
+  // of the way round, up to the guard.
+  Vessik_Ellipse e = MakeAt(0, 1e308, 1, 0.5, 0, 6.28318530717958);
+  EXPECT_EQ(FitFailure(e, 0.01), kTooManyIterations);
+  // The failure leaves the pass of 10000 pieces up to the piece that missed.
+  ASSERT_EQ(e.BiArcs().size(), 2451u);
+  int zero = 0;
+  for (const Vessik_BiArc& B : e.BiArcs()) {
+    if (B.Shape == "Zero") ++zero;
+  }
+  EXPECT_EQ(zero, 1678);
+  Vessik_Layers layers;
+  EXPECT_EQ(e.BiArcs().back().Shape, "S-shaped");
+  EXPECT_EQ(e.BiArcs().back().ToString(layers),
+            "0\t66\tNoName\t0\t16777215\t0\t0\t0\t0\t0\t0\t0.0312529661365465\t1E+308\t0\t"
+            "0.0100433452680925\t0\t180\t\r\n"
+            "0\t66\tNoName\t0\t16777215\t0\t0\t0\t0\t0\t0\t0.0309389507921879\t1E+308\t0\t"
+            "0.0101453494680606\t180\t0\t\r\n");
+  EXPECT_EQ(e.Vessik_IEntity_ToString(layers).size(), 139715u);
+}
+
+TEST(EllipseHostile, HugeParametersHitTheGuard) {
+  // A step of -2e300 / n: every point is not a number, and the first piece of
+  // every pass misses.
+  Vessik_Ellipse e = MakeAt(0, 0, 10, 0.5, 1e300, -1e300);
+  EXPECT_EQ(FitFailure(e, 0.01), kTooManyIterations);
+  EXPECT_EQ(e.BiArcs().size(), 1u);
+  Vessik_Ellipse far = MakeAt(0, 0, 10, 0.5, 0, 1e20);
+  EXPECT_EQ(FitFailure(far, 0.01), kTooManyIterations);
+  EXPECT_EQ(far.BiArcs().size(), 1u);
+}
+
+TEST(EllipseHostile, ToleranceThatCanNotBeMetHitsTheGuard) {
+  Vessik_Ellipse nan = MakeAt(0, 0, 5, 0.5, 0, 1);
+  EXPECT_EQ(FitFailure(nan, std::numeric_limits<double>::quiet_NaN()), kTooManyIterations);
+  EXPECT_EQ(nan.BiArcs().size(), 1u);
+  Vessik_Ellipse negative = MakeAt(0, 0, 5, 0.5, 0, 1);
+  EXPECT_EQ(FitFailure(negative, -1), kTooManyIterations);
+  EXPECT_EQ(negative.BiArcs().size(), 1u);
+}
+
+TEST(EllipseHostile, HugeMajorAxisGivesLinesOfNotANumber) {
+  // The square of the axis overflows: both radii are infinite, every point is not a
+  // number, and the two pieces come out as lines, which pass at once.
+  Vessik_Ellipse e = MakeAt(0, 0, 1e300, 0.5, 0, 6.28318530717958);
+  const std::string nanLine =
+      "0\t83\tNoName\t0\t16777215\tnan\tnan\t0\tnan\tnan\t0\t0\t0\t0\t0\t0\t0\t\r\n";
+  EXPECT_EQ(FitText(e, 0.01), nanLine + nanLine);
+  Vessik_Ellipse nanRatio = MakeAt(0, 0, 1, std::numeric_limits<double>::quiet_NaN(), 0, 1);
+  EXPECT_EQ(FitText(nanRatio, 0.01), nanLine + nanLine);
+  Vessik_Ellipse nanAxis = MakeAt(0, 0, std::numeric_limits<double>::quiet_NaN(), 0.5, 0, 1);
+  EXPECT_EQ(FitText(nanAxis, 0.01), nanLine + nanLine);
+}
+
+TEST(EllipseHostile, LargeMajorAxisFitsWithTwoLines) {
+  Vessik_Ellipse e = MakeAt(0, 0, 1e12, 0.5, 0, 6.28318530717958);
+  EXPECT_EQ(FitText(e, 0.01),
+            "0\t83\tNoName\t0\t16777215\t1000000000000\t0\t0\t-1000000000000\t"
+            "0.00161554457443259\t0\t0\t0\t0\t0\t0\t0\t\r\n"
+            "0\t83\tNoName\t0\t16777215\t-1000000000000\t0.00161554457443259\t0\t"
+            "1000000000000\t-0.00323108914886517\t0\t0\t0\t0\t0\t0\t0\t\r\n");
+  EXPECT_EQ(e.BiArcs().size(), 2u);
+}
+
+TEST(EllipseHostile, TinyRatioFitsWithFivePieces) {
+  Vessik_Ellipse e = MakeAt(0, 0, 10, 1e-300, 0, 6.28318530717958);
+  EXPECT_EQ(FitText(e, 0.01),
+            "0\t83\tNoName\t0\t16777215\t10\t0\t0\t3.09016994374949\t9.51056516295153E-300\t0\t0\t"
+            "0\t0\t0\t0\t0\t\r\n"
+            "0\t83\tNoName\t0\t16777215\t3.09016994374949\t9.51056516295153E-300\t0\t"
+            "-8.09016994374946\t5.87785252292475E-300\t0\t0\t0\t0\t0\t0\t0\t\r\n"
+            "0\t83\tNoName\t0\t16777215\t-8.0901699437495\t-5.8778525229247E-300\t0\t"
+            "3.09016994374942\t-9.51056516295155E-300\t0\t0\t0\t0\t0\t0\t0\t\r\n"
+            "0\t83\tNoName\t0\t16777215\t3.09016994374942\t-9.51056516295155E-300\t0\t10\t"
+            "-7.35035671732941E-314\t0\t0\t0\t0\t0\t0\t0\t\r\n");
+  EXPECT_EQ(e.BiArcs().size(), 5u);
+}
+
+TEST(EllipseHostile, CentresOutOfReachOfTheAxis) {
+  // An infinite centre: the points are infinite in y and the pieces lines.
+  Vessik_Ellipse inf =
+      MakeAt(0, std::numeric_limits<double>::infinity(), 1, 0.5, 0, 6.28318530717958);
+  EXPECT_EQ(FitText(inf, 0.01),
+            "0\t83\tNoName\t0\t16777215\t1\tinf\t0\t-1\tinf\t0\t0\t0\t0\t0\t0\t0\t\r\n"
+            "0\t83\tNoName\t0\t16777215\t-1\tinf\t0\t1\tinf\t0\t0\t0\t0\t0\t0\t0\t\r\n");
+  // A centre at 1e20 swallows an axis of 1: both pieces are points, and nothing is
+  // written.
+  Vessik_Ellipse far = MakeAt(1e20, 0, 1, 0.5, 0, 6.28318530717958);
+  EXPECT_EQ(FitText(far, 0.01), "");
+  ASSERT_EQ(far.BiArcs().size(), 2u);
+  EXPECT_EQ(far.BiArcs()[0].Shape, "Zero");
 }
 
 }  // namespace

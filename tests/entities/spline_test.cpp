@@ -1,6 +1,7 @@
 // The SPLINE entity: its reading, its settings, and curves placed through blocks.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -15,6 +16,7 @@
 #include "parser/Vessik_Layer.h"
 #include "parser/Vessik_Parser.h"
 #include "parser/Vessik_Progress.h"
+#include "support/Corpus.h"
 #include "support/SplineTestUtil.h"
 #include "support/TestSupport.h"
 
@@ -243,6 +245,36 @@ TEST(CurveDrawing, ExtremeDegreesFailTheSameWayInEveryBuild) {
 TEST(CurveDrawing, EllipseWithoutEndPrintsNothing) {
   Pairs entities{{0, "ELLIPSE"}, {10, "0"}, {20, "0"}, {11, "5"}, {21, "0"}, {40, "0.5"}};
   EXPECT_EQ(Parse(Drawing(entities)), "");
+}
+
+// A Bezier curve of degree 40 through a wave: each curve point costs a basis of
+// 41 x 41 values, and at a tolerance far below rounding the march runs to its
+// limit. The outcomes are held exactly.
+Pairs HighDegreePairs() {
+  const int degree = 40;
+  std::vector<double> knots(degree + 1, 0.0);
+  knots.insert(knots.end(), degree + 1, 1.0);
+  std::vector<std::array<double, 2>> cps;
+  for (int i = 0; i <= degree; ++i) cps.push_back({i * 2.5, 30 * std::sin(i * 0.7)});
+  return SplinePairs(degree, knots, cps);
+}
+
+TEST(SplineHostile, HighDegreeFitsToTheSameText) {
+  Vessik_Spline s;
+  Fit(s, HighDegreePairs(), 0.01);
+  const std::string text = s.Vessik_IEntity_ToString(test::gLayers);
+  EXPECT_EQ(Records(text).size(), 81u);
+  EXPECT_EQ(text.substr(0, text.find('\n') + 1),
+            "42\t66\t0\t0\t16777215\t0\t0\t0\t0\t0\t0\t245.10605653404\t-31.7059046718345\t0\t"
+            "247.148221399078\t170.909101179773\t172.629383838327\t\r\n");
+  EXPECT_EQ(test::Sha256Hex(text),
+            "101aff5d04844c8d307506a032d0145ec1abf58797a5458d93956dfc155b2c06");
+}
+
+TEST(SplineHostile, HighDegreeBelowRoundingHitsTheIterationLimit) {
+  Vessik_Spline s;
+  ExpectFailure([&] { Fit(s, HighDegreePairs(), 1e-9); }, -2147221403,
+                "Iterations above 10000 reduce tolerance.");
 }
 
 }  // namespace

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
+#include <limits>
+
 #include "entities/Vessik_Insert.h"
 #include "geometry/Vessik_ArcGeo.h"
 #include "geometry/Vessik_Math.h"
@@ -145,6 +148,27 @@ TEST(ArcGeo, NonUniformParentCutsWithOneDegreeSteps) {
   Vessik_Layers layers;
   // The settings of a generated arc stay 0: steps of one degree.
   EXPECT_EQ(test::Records(g.Vessik_IEntity_ToString(layers)).size(), 90u);
+}
+
+TEST(ArcGeo, SweepIsTheExtOfInit) {
+  const double angles[] = {0, 1, -1, Pi / 2, Pi, -Pi, 3 * Pi / 2, 2.9, -3.1, 1e-17, 6.3};
+  for (double sa : angles) {
+    for (double ea : angles) {
+      for (double dir : {1.0, -1.0, 0.0}) {
+        const double sweep = Vessik_ArcGeo::Sweep(sa, ea, dir);
+        const double ext = Ext(sa, ea, dir);
+        EXPECT_EQ(std::memcmp(&sweep, &ext, sizeof sweep), 0) << sa << " " << ea << " " << dir;
+      }
+    }
+  }
+}
+
+TEST(ArcGeo, SweepOfAngleThatIsNotANumberOverflowsAsInit) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(test::FailureNumber([&] { Vessik_ArcGeo::Sweep(nan, 0, 1); }), 6);
+  EXPECT_EQ(test::FailureNumber([&] { Vessik_ArcGeo::Sweep(0, nan, -1); }), 6);
+  EXPECT_EQ(test::FailureNumber([&] { Ext(nan, 0, 1); }), 6);
+  EXPECT_EQ(test::FailureNumber([&] { Ext(0, nan, -1); }), 6);
 }
 
 }  // namespace

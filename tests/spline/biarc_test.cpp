@@ -1,11 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <vector>
 
 #include "geometry/Vessik_ArcGeo.h"
 #include "geometry/Vessik_LineGeo.h"
 #include "geometry/Vessik_Math.h"
+#include "parser/Vessik_Error.h"
 #include "spline/Vessik_BiArc.h"
 
 namespace vessik {
@@ -161,6 +164,110 @@ TEST(BiArc, ReleaseClearsParents) {
   B.Release();
   EXPECT_EQ(B.Parent, nullptr);
   EXPECT_EQ(B.Geos.Count(), 2);
+}
+
+// Bit for bit, so that two not-a-numbers count as equal and 0 and -0 do not.
+bool Same(double a, double b) {
+  return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+// Pieces of every kind: nothing, lines, flat arcs, C and S shapes, tiny and huge
+// chords, tangents that are not numbers or far outside one turn.
+std::vector<Vessik_BiArc> Pieces() {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const double inf = std::numeric_limits<double>::infinity();
+  struct In {
+    Vessik_Point a, b;
+    double ta, tb;
+  };
+  const std::vector<In> ins{
+      {{1, 1, 0}, {1, 1, 0}, 0.3, 1.2},
+      {{0, 0, 0}, {10, 0, 0}, 0, 0},
+      {{0, 0, 0}, {10, 0, 0}, 0.00005, -0.00005},
+      {{0, 0, 0}, {10, 0, 0}, 0.000005, -0.000005},
+      {{0, 0, 0}, {2, 0, 0}, Pi / 2, -Pi / 2},
+      {{0, 0, 0}, {2, 0, 0}, 1, 0.5},
+      {{0, 0, 0}, {2, 0, 0}, 1, 1},
+      {{0, 0, 0}, {2, 0, 0}, 0.0003, -0.5},
+      {{0, 0, 0}, {0.0001, 0, 0}, Pi / 2, -Pi / 2},
+      {{0, 0, 0}, {2, 0, 0}, nan, 0},
+      {{0, 0, 0}, {2, 0, 0}, 1e300, 0},
+      {{3, -2, 0}, {-1, 4, 0}, 2.5, -2.9},
+      {{3, -2, 0}, {-1, 4, 0}, -7.5, 12.25},
+      {{0, 1e308, 0}, {0.5, 1e308, 0}, 1.2, 2.2},
+      {{0, 0, 0}, {1e-10, 0, 0}, 1, 2},
+      {{0, 0, 0}, {1e300, 1e300, 0}, 0.3, 1.5},
+      {{0, inf, 0}, {1, inf, 0}, 0.3, 1.5},
+      {{nan, 0, 0}, {1, 0, 0}, 0.3, 1.5},
+      {{-5, 7, 0}, {-5.001, 7.002, 0}, 2, 1.9},
+      {{100, 100, 0}, {-100, -100, 0}, 4, 4.1},
+  };
+  std::vector<Vessik_BiArc> pieces;
+  for (const In& in : ins) {
+    Vessik_BiArc B;
+    B.Pa = in.a;
+    B.Pb = in.b;
+    B.Tana = in.ta;
+    B.Tanb = in.tb;
+    pieces.push_back(B);
+  }
+  return pieces;
+}
+
+TEST(BiArcTrial, WorksOutWhatInitBuilds) {
+  const std::vector<Vessik_Point> probes{
+      {0, 0, 0},       {1, 1, 0},    {1.5, -0.3, 0}, {-2, 3, 0},  {10, 5, 0},
+      {0.5, 1e308, 0}, {1e-3, 0, 0}, {-100, -99, 0}, {5, 0.2, 0}, {2, 0, 0}};
+  for (const Vessik_BiArc& piece : Pieces()) {
+    Vessik_BiArc built = piece;
+    built.Init(3, 4, nullptr);
+    Vessik_BiArc tried = piece;
+    Vessik_BiArcArcs arcs;
+    tried.Trial(arcs);
+    SCOPED_TRACE(built.Shape + " " + std::to_string(piece.Tana) + " " + std::to_string(piece.Tanb));
+    EXPECT_EQ(tried.Shape, built.Shape);
+    EXPECT_TRUE(Same(tried.l, built.l));
+    EXPECT_TRUE(Same(tried.Teta, built.Teta));
+    // A trial builds nothing and leaves the rest as it found it.
+    EXPECT_EQ(tried.Geos.Count(), 0);
+    EXPECT_FALSE(tried.Valid);
+    EXPECT_EQ(tried.Id, 0);
+    ASSERT_EQ(arcs.Count, built.Geos.Count());
+    if (arcs.Count == 2) {
+      const Vessik_ArcGeo& A1 = *built.Geos.Item(1).Arc();
+      const Vessik_ArcGeo& A2 = *built.Geos.Item(2).Arc();
+      EXPECT_TRUE(Same(arcs.O1.X, A1.O.X) && Same(arcs.O1.Y, A1.O.Y));
+      EXPECT_TRUE(Same(arcs.O2.X, A2.O.X) && Same(arcs.O2.Y, A2.O.Y));
+      EXPECT_TRUE(Same(arcs.J.X, A1.Pe.X) && Same(arcs.J.Y, A1.Pe.Y));
+      EXPECT_TRUE(Same(arcs.R1, A1.R) && Same(arcs.R2, A2.R));
+      EXPECT_TRUE(Same(arcs.SA1, A1.SA) && Same(arcs.EA1, A1.EA));
+      EXPECT_TRUE(Same(arcs.SA2, A2.SA) && Same(arcs.EA2, A2.EA));
+    }
+    for (const Vessik_Point& p : probes) {
+      EXPECT_TRUE(Same(arcs.FittingError(p), built.get_biarc_fitting_error(p)))
+          << p.X << " " << p.Y;
+    }
+  }
+}
+
+TEST(BiArcTrial, FailsWhereInitFails) {
+  // An arc whose end angles are not numbers: its sweep is an overflow, in Init and
+  // in the trial alike.
+  Vessik_BiArc B;
+  B.Pa = {0, 0, 0};
+  B.Pb = {2, 0, 0};
+  B.Tana = Pi / 2;
+  B.Tanb = -Pi / 2;
+  Vessik_BiArcArcs arcs;
+  B.Trial(arcs);
+  ASSERT_EQ(arcs.Count, 2);
+  EXPECT_THROW(Vessik_ArcGeo::Sweep(std::numeric_limits<double>::quiet_NaN(), 0, 1), Vessik_Error);
+}
+
+TEST(BiArc, FittingErrorOfTwoItemsThatAreNotArcsIsNoMeasurement) {
+  Vessik_BiArc B = Make({0, 0, 0}, {10, 0, 0}, 0, 0);
+  B.Geos.Add(B.Geos.Item(1));
+  EXPECT_EQ(B.get_biarc_fitting_error({5, 1, 0}), 1.79769313486231E+308);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <utility>
@@ -312,6 +313,58 @@ TEST(FindSpan, UnclampedStartBelowTheDegreeKnot) {
   EXPECT_EQ(b.findspan(4), 4);
   EXPECT_EQ(b.findspan(5), 5);
   EXPECT_TRUE(CurvePointValid());
+}
+
+// Bit for bit, so that two not-a-numbers count as equal.
+bool SameBits(const Vessik_Array2D& a, const Vessik_Array2D& b) {
+  if (a.Rows() != b.Rows() || a.Cols() != b.Cols()) return false;
+  for (int32_t r = 0; r < a.Rows(); ++r) {
+    for (int32_t c = 0; c < a.Cols(); ++c) {
+      const double x = a(r, c);
+      const double y = b(r, c);
+      if (std::memcmp(&x, &y, sizeof x) != 0) return false;
+    }
+  }
+  return true;
+}
+
+TEST(BSplineEvaluate, AResultDoesNotDependOnTheCallsBefore) {
+  // The evaluator keeps its work arrays between calls. One evaluator that has
+  // served calls of other degrees of derivative, spans and parameters before must
+  // give what a fresh one gives, bit for bit, also off the knots and past the
+  // points.
+  for (int32_t p : {0, 1, 2, 3, 5, 9, 17}) {
+    std::vector<double> knots;
+    for (int32_t i = 0; i <= p; ++i) knots.push_back(0);
+    for (int32_t i = 1; i <= 4; ++i) knots.push_back(i * 0.75);
+    for (int32_t i = 0; i <= p; ++i) knots.push_back(4);
+    std::vector<Vessik_Point> pts;
+    for (int32_t i = 0; i < p + 3; ++i) {
+      pts.push_back(Vessik_Point(std::sin(i * 1.3) * 40, i * 2.5, 1 + 0.25 * (i % 3)));
+    }
+    Vessik_BSpline used;
+    used.Init(p, knots, pts);
+    const std::vector<std::pair<int32_t, double>> calls{{1, 0.3}, {0, 1.9},  {1, 3.99},
+                                                        {3, 0.8}, {0, -0.5}, {1, 2.25},
+                                                        {2, 4},   {0, 0.75}, {1, 1e-9}};
+    for (const auto& [n, u] : calls) {
+      SCOPED_TRACE(std::to_string(p) + " " + std::to_string(n) + " " + std::to_string(u));
+      Vessik_BSpline fresh;
+      fresh.Init(p, knots, pts);
+      CurvePointValid() = true;
+      const Vessik_Array2D& a = used.bspline_ders_evaluate(n, u);
+      const bool validUsed = CurvePointValid();
+      CurvePointValid() = true;
+      const Vessik_Array2D& b = fresh.bspline_ders_evaluate(n, u);
+      EXPECT_EQ(CurvePointValid(), validUsed);
+      EXPECT_TRUE(SameBits(a, b));
+      const int32_t span = fresh.findspan(u);
+      Vessik_BSpline basis;
+      basis.Init(p, knots, pts);
+      EXPECT_TRUE(
+          SameBits(used.ders_basis_functions(span, u, n), basis.ders_basis_functions(span, u, n)));
+    }
+  }
 }
 
 }  // namespace
