@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "geometry/Vessik_Math.h"
+#include "parser/ParseLimits.h"
 #include "parser/Vessik_CommonData.h"
 #include "parser/Vessik_Error.h"
 #include "parser/Vessik_Utils.h"
@@ -114,6 +115,7 @@ void Vessik_Ellipse::Ellipse2Arcs(double Tolerance) {
       try {
         fits = TrialPass(n, Tolerance, trialArcs);
       } catch (...) {
+        if (InFlightEndsTheParse()) throw;
         trials = false;
       }
       if (fits) return;
@@ -137,6 +139,7 @@ void Vessik_Ellipse::Ellipse2Arcs(double Tolerance) {
 bool Vessik_Ellipse::TrialPass(int32_t n, double Tolerance,
                                std::vector<Vessik_BiArcArcs>& trialArcs) {
   PumpMessages();
+  PollCancel();
   // The trial pieces stand in the chain itself, without segments, so that a pass
   // that fits needs only its segments built.
   double t = SA;
@@ -182,6 +185,7 @@ bool Vessik_Ellipse::TrialPass(int32_t n, double Tolerance,
 }
 
 bool Vessik_Ellipse::BuildPass(int32_t n, double Tolerance) {
+  PollCancel();
   double t = SA;
   Vessik_Point P = EllipsePoint(t);
   double T = EllipseTangent(t);

@@ -267,6 +267,28 @@ TEST(Cancel, FromAnotherThreadInsideOneLongFit) {
   EXPECT_LT(latency, kMostLatency);
 }
 
+TEST(Cancel, FromAnotherThreadInsideAnEllipseSearch) {
+  // Centre at y = 1e308: every pass of the search for the number of pieces misses,
+  // up to the guard of 10000 pieces, which takes seconds.
+  std::vector<std::pair<int, std::string>> ellipse = {{0, "ELLIPSE"},
+                                                      {8, "0"},
+                                                      {10, "0"},
+                                                      {20, "1e308"},
+                                                      {30, "0"},
+                                                      {11, "1"},
+                                                      {21, "0"},
+                                                      {31, "0"},
+                                                      {40, "0.5"},
+                                                      {41, "0"},
+                                                      {42, "6.28318530717958"}};
+  std::string text = "unset";
+  const auto latency = CancelAfter(test::Drawing(ellipse), std::chrono::milliseconds(300), text);
+  std::printf("cancel latency in an ellipse search: %lld ms\n",
+              static_cast<long long>(latency.count()));
+  EXPECT_EQ(text, "");
+  EXPECT_LT(latency, kMostLatency);
+}
+
 TEST(Cancel, FromAnotherThreadWhilePrintingOneHugeArc) {
   // Radius 1.6e6 under a tilted extrusion, cut to a sagitta of 1e-4: about a
   // million segments for each arc, all made while the text is written.
