@@ -28,6 +28,18 @@ if(CMAKE_CXX_COMPILER_ID MATCHES "GNU|Clang")
                            -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
     target_link_options(vessik_flags INTERFACE -fsanitize=address,undefined)
   endif()
+  if(VESSIK_BUILD_FUZZ)
+    if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+      message(FATAL_ERROR "VESSIK_BUILD_FUZZ needs clang (libFuzzer); configure with the fuzz preset")
+    endif()
+    # The library is compiled into the fuzz targets: coverage for libFuzzer, and
+    # AddressSanitizer and UndefinedBehaviorSanitizer so that a bad read or an
+    # undefined operation is a finding rather than a silent wrong result. Every
+    # sanitizer report ends the run, so that no finding scrolls past unnoticed.
+    target_compile_options(vessik_flags INTERFACE -fsanitize=fuzzer-no-link,address,undefined
+                           -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(vessik_flags INTERFACE -fsanitize=address,undefined)
+  endif()
 elseif(MSVC)
   target_compile_options(vessik_flags INTERFACE /fp:precise /W4 $<$<BOOL:${VESSIK_WERROR}>:/WX>)
 endif()

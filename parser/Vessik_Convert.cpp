@@ -310,15 +310,11 @@ int64_t StrictInteger(std::string_view text) {
   double value = 0;
   auto result = std::from_chars(first, t.data() + t.size(), value);
   if (result.ec == std::errc::result_out_of_range) {
-    // Either far too large or a fraction that rounds to 0.
-    bool tiny = false;
-    for (const char* p = first; p < t.data() + t.size(); ++p) {
-      if (*p == 'e' || *p == 'E') {
-        tiny = p + 1 < t.data() + t.size() && p[1] == '-';
-        break;
-      }
-    }
-    if (!tiny) RaisePlatformError(errnum::Overflow);
+    // Either far too large or a fraction that rounds to 0. The sign of the
+    // exponent alone does not tell which ("9...9e-50" with 400 nines is huge):
+    // the number reader weighs the digits and the exponent together, and gives
+    // an infinity for a value beyond the range of a double.
+    if (std::isinf(ReadNumber(t, false))) RaisePlatformError(errnum::Overflow);
     return 0;
   }
   double rounded = std::nearbyint(value);

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds and runs the whole test suite twice: in the debug configuration (with
 # AddressSanitizer and UndefinedBehaviorSanitizer) and in the release one; then
-# the threaded tests once more under ThreadSanitizer.
+# the threaded tests once more under ThreadSanitizer; then a short fuzzing run.
 # Exits non-zero when anything fails.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -29,4 +29,8 @@ build/tsan/tests/test_entities --gtest_brief=1 \
   --gtest_filter='AheadPrinter.*:EntityArena.*:EntityText.*:Insert.*:Progress.*:Cancel.*' || status=1
 build/tsan/tests/test_parser --gtest_brief=1 \
   --gtest_filter='Parse2.*:Parse2Progress.*:ParseEntities.*:OneShot.*:PumpMessages.*:ParseLimits.*:BudgetAllocator.*:MemoryBudget.*:Cancel.*:FileBytes.*' || status=1
+
+# The fuzz targets (clang): the regressions and seeds replayed, then 45 seconds
+# of fuzzing in all. Any finding fails the run.
+bash scripts/fuzz.sh 45 || status=1
 exit "$status"

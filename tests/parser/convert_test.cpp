@@ -234,6 +234,8 @@ TEST(TextToLong, FractionsRoundHalfToEven) {
   EXPECT_EQ(TextToLong("1E+2"), 100);
   EXPECT_EQ(TextToLong("25e-1"), 2);
   EXPECT_EQ(TextToLong("1e-400"), 0);
+  // Many zeros after the point against a positive exponent: still a tiny fraction.
+  EXPECT_EQ(TextToLong("0." + std::string(400, '0') + "1e+50"), 0);
 }
 
 TEST(TextToLong, HexAndOctalAsThirtyTwoBitPattern) {
@@ -254,6 +256,8 @@ TEST(TextToLong, OverflowIsSix) {
   ExpectFailure([] { TextToLong("1e400"); }, errnum::Overflow, "Overflow");
   ExpectFailure([] { TextToLong("&H100000000"); }, errnum::Overflow, "Overflow");
   ExpectFailure([] { TextToLong("99999999999999999999"); }, errnum::Overflow, "Overflow");
+  // Many digits against a negative exponent: still far beyond a double.
+  ExpectFailure([] { TextToLong(std::string(400, '9') + "e-50"); }, errnum::Overflow, "Overflow");
 }
 
 TEST(TextToLong, NoNumberIsTypeMismatch) {
