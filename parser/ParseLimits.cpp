@@ -15,6 +15,16 @@ namespace vessik {
 namespace {
 
 thread_local ParseLimits* current = nullptr;
+// Bytes this thread has charged to the current limits ahead of its use: small
+// charges and refunds are settled here, and only whole slices reach the counter
+// that the threads of a parse share.
+thread_local size_t credit = 0;
+
+// Hands the credit back before the thread's limits change.
+void ReturnCredit() noexcept {
+  if (current != nullptr && credit > 0) current->Refund(credit);
+  credit = 0;
+}
 // What this thread's host asked for; 0 for the default.
 thread_local uint64_t budgetSetting = 0;
 
@@ -60,10 +70,12 @@ bool ParseLimits::Canceled() const noexcept {
 }
 
 ParseLimitsScope::ParseLimitsScope(ParseLimits* limits) noexcept : outer_(current) {
+  ReturnCredit();
   current = limits;
 }
 
 ParseLimitsScope::~ParseLimitsScope() {
+  ReturnCredit();
   current = outer_;
 }
 
@@ -72,11 +84,35 @@ ParseLimits* CurrentParseLimits() noexcept {
 }
 
 void ChargeMemory(size_t bytes) {
-  if (current != nullptr) current->Charge(bytes);
+  if (current == nullptr) return;
+  if (bytes <= credit) {
+    credit -= bytes;
+    return;
+  }
+  // What is missing, plus a slice for the charges to come; near the budget, only
+  // what is missing.
+  const size_t missing = bytes - credit;
+  size_t taken = missing;
+  if (missing <= SIZE_MAX - kChargeSlice) {
+    try {
+      current->Charge(missing + kChargeSlice);
+      taken = missing + kChargeSlice;
+    } catch (const std::bad_alloc&) {
+      current->Charge(missing);
+    }
+  } else {
+    current->Charge(missing);
+  }
+  credit = credit + taken - bytes;
 }
 
 void RefundMemory(size_t bytes) noexcept {
-  if (current != nullptr) current->Refund(bytes);
+  if (current == nullptr) return;
+  credit += bytes < SIZE_MAX - credit ? bytes : SIZE_MAX - credit;
+  if (credit > 2 * kChargeSlice) {
+    current->Refund(credit - kChargeSlice);
+    credit = kChargeSlice;
+  }
 }
 
 void PollCancel() {

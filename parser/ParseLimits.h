@@ -67,7 +67,10 @@ class ParseLimitsScope {
 // The current limits of this thread, or null outside a parse.
 ParseLimits* CurrentParseLimits() noexcept;
 
-// Charge and refund through the current limits, if any.
+// Charge and refund through the current limits, if any. Each thread settles them in
+// slices of this size with the counter its parse shares, so a thread may hold up
+// to two slices charged ahead of its use.
+inline constexpr size_t kChargeSlice = size_t{64} << 10;
 void ChargeMemory(size_t bytes);
 void RefundMemory(size_t bytes) noexcept;
 

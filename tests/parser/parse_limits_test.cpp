@@ -119,16 +119,47 @@ TEST(ParseLimits, ACancelThatComesWhileLoadingStopsTheLoad) {
 
 TEST(BudgetAllocator, ChargesWhatAContainerHolds) {
   ParseLimits limits(1 << 20, nullptr);
-  ParseLimitsScope scope(&limits);
   {
+    ParseLimitsScope scope(&limits);
     BudgetVector<double> v;
     v.reserve(1000);
-    // With the allocator's header: 8000 + 8, rounded up to 16.
-    EXPECT_EQ(limits.Used(), 8016);
+    // With the allocator's header, 8000 + 8 rounded up to 16; the thread has taken
+    // a slice more for the charges to come.
+    EXPECT_EQ(limits.Used(), static_cast<int64_t>(8016 + kChargeSlice));
     EXPECT_THROW(v.reserve(1 << 20), std::bad_alloc);
     EXPECT_EQ(v.capacity(), 1000u);
+    EXPECT_EQ(limits.Used(), static_cast<int64_t>(8016 + kChargeSlice));
   }
+  // The scope's end gives the credit back.
   EXPECT_EQ(limits.Used(), 0);
+}
+
+TEST(ChargeMemory, SmallChargesStayWithTheThreadUntilASliceIsUsed) {
+  ParseLimits limits(1 << 30, nullptr);
+  ParseLimitsScope scope(&limits);
+  ChargeMemory(100);
+  const int64_t taken = limits.Used();
+  EXPECT_EQ(taken, static_cast<int64_t>(100 + kChargeSlice));
+  for (int i = 0; i < 100; ++i) ChargeMemory(100);
+  EXPECT_EQ(limits.Used(), taken);
+  // Refunds gather with the thread too, up to two slices.
+  RefundMemory(10100);
+  EXPECT_EQ(limits.Used(), taken);
+  ChargeMemory(3 * kChargeSlice);
+  RefundMemory(3 * kChargeSlice);
+  // Past two slices the thread keeps one and gives the rest back.
+  EXPECT_EQ(limits.Used(), static_cast<int64_t>(kChargeSlice));
+}
+
+TEST(ChargeMemory, NearTheBudgetOnlyWhatIsMissingIsTaken) {
+  ParseLimits limits(1000, nullptr);
+  ParseLimitsScope scope(&limits);
+  ChargeMemory(600);
+  ChargeMemory(400);
+  EXPECT_EQ(limits.Used(), 1000);
+  EXPECT_THROW(ChargeMemory(1), std::bad_alloc);
+  EXPECT_THROW(ChargeMemory(SIZE_MAX), std::bad_alloc);
+  EXPECT_EQ(limits.Used(), 1000);
 }
 
 TEST(BudgetAllocator, SmallBlocksCostWhatTheAllocatorHolds) {
