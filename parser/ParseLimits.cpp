@@ -49,15 +49,20 @@ ParseLimits::ParseLimits(uint64_t budget, const Vessik_Progress* progress)
       progress_(progress),
       canceledAtStart_(progress != nullptr && progress->IsCanceled()) {}
 
-void ParseLimits::Charge(size_t bytes) {
+bool ParseLimits::TryCharge(size_t bytes) noexcept {
   const auto amount = static_cast<int64_t>(bytes > INT64_MAX ? INT64_MAX : bytes);
   const int64_t before = used_.fetch_add(amount, std::memory_order_relaxed);
   // Compared in unsigned: a count gone below 0 by foreign frees counts as 0.
   const uint64_t base = before < 0 ? 0 : static_cast<uint64_t>(before);
   if (static_cast<uint64_t>(amount) > budget_ || base > budget_ - static_cast<uint64_t>(amount)) {
     used_.fetch_sub(amount, std::memory_order_relaxed);
-    throw std::bad_alloc();
+    return false;
   }
+  return true;
+}
+
+void ParseLimits::Charge(size_t bytes) {
+  if (!TryCharge(bytes)) throw std::bad_alloc();
 }
 
 void ParseLimits::Refund(size_t bytes) noexcept {
@@ -92,16 +97,10 @@ void ChargeMemory(size_t bytes) {
   // What is missing, plus a slice for the charges to come; near the budget, only
   // what is missing.
   const size_t missing = bytes - credit;
-  size_t taken = missing;
-  if (missing <= SIZE_MAX - kChargeSlice) {
-    try {
-      current->Charge(missing + kChargeSlice);
-      taken = missing + kChargeSlice;
-    } catch (const std::bad_alloc&) {
-      current->Charge(missing);
-    }
-  } else {
-    current->Charge(missing);
+  size_t taken = missing + kChargeSlice;
+  if (missing > SIZE_MAX - kChargeSlice || !current->TryCharge(taken)) {
+    taken = missing;
+    current->Charge(taken);
   }
   credit = credit + taken - bytes;
 }

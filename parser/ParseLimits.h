@@ -32,8 +32,9 @@ class ParseLimits {
   ParseLimits& operator=(const ParseLimits&) = delete;
 
   // Counts bytes against the budget; raises std::bad_alloc, without counting them,
-  // when they do not fit.
+  // when they do not fit. TryCharge tells instead of raising.
   void Charge(size_t bytes);
+  bool TryCharge(size_t bytes) noexcept;
   void Refund(size_t bytes) noexcept;
   bool Canceled() const noexcept;
   // Whether the host had asked for the cancel before the parse began. Such a

@@ -46,10 +46,13 @@ TEST(ParseLimits, ChargesUpToTheBudgetAndNoFurther) {
   limits.Charge(400);
   EXPECT_EQ(limits.Used(), 1000);
   EXPECT_THROW(limits.Charge(1), std::bad_alloc);
+  EXPECT_FALSE(limits.TryCharge(1));
   // A refused charge is not counted.
   EXPECT_EQ(limits.Used(), 1000);
   limits.Refund(500);
   EXPECT_EQ(limits.Used(), 500);
+  EXPECT_TRUE(limits.TryCharge(500));
+  limits.Refund(500);
   EXPECT_THROW(limits.Charge(SIZE_MAX), std::bad_alloc);
   EXPECT_EQ(limits.Used(), 500);
 }
