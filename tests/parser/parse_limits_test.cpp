@@ -256,10 +256,10 @@ TEST(MemoryBudget, APrintingThreadCountsAgainstTheSameBudget) {
 // Runs Parse2 on the drawing and cancels it from another thread after the delay;
 // returns the time from the cancel to the end of the parse.
 std::chrono::milliseconds CancelAfter(const std::string& drawing, std::chrono::milliseconds delay,
-                                      std::string& text) {
+                                      std::string& text,
+                                      Vessik_CommonData data = test::ToolDefaults()) {
   test::TempFile f(drawing);
   Vessik_Parser parser;
-  Vessik_CommonData data = test::ToolDefaults();
   Vessik_Progress progress;
   Clock::time_point canceledAt{};
   std::thread canceler([&] {
@@ -331,23 +331,12 @@ TEST(Cancel, FromAnotherThreadWhilePrintingOneHugeArc) {
       {50, "0"},  {51, "359"}, {210, "0.6"}, {220, "0"}, {230, "0.8"}};
   std::vector<std::pair<int, std::string>> arcs;
   for (int i = 0; i < 8; ++i) arcs.insert(arcs.end(), arc.begin(), arc.end());
-  test::TempFile f(test::Drawing(arcs));
-  Vessik_Parser parser;
   Vessik_CommonData data = test::ToolDefaults();
   data.ArcMaximumDeviationFactor = 1e-4;
   data.ArcMinimumSegmentLengthFactor = 1;
   data.ArcMaximumSegmentLengthFactor = 10;
-  Vessik_Progress progress;
-  Clock::time_point canceledAt{};
-  std::thread canceler([&] {
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    canceledAt = Clock::now();
-    progress.IsCanceled(true);
-  });
-  const std::string text = parser.Parse2(f.Path(), data, progress);
-  const auto latency =
-      std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - canceledAt);
-  canceler.join();
+  std::string text = "unset";
+  const auto latency = CancelAfter(test::Drawing(arcs), std::chrono::milliseconds(300), text, data);
   std::printf("cancel latency among huge arcs: %lld ms\n", static_cast<long long>(latency.count()));
   EXPECT_EQ(text, "");
   EXPECT_LT(latency, kMostLatency);
