@@ -72,9 +72,14 @@ ParseResult ParseCommandLine(int argc, char** argv) {
   app.add_option("-o,--output", o.outputFile,
                  "Write to FILE instead of standard output (only when the parse succeeds)")
       ->type_name("FILE");
-  app.add_flag("--layers", o.layers,
-               "Print the drawing's layers instead of the records: name TAB colour number "
-               "TAB RGB value, one per line");
+  CLI::Option* layers =
+      app.add_flag("--layers", o.layers,
+                   "Print the drawing's layers instead of the records: name TAB colour number "
+                   "TAB RGB value, one per line");
+  app.add_flag("--svg", o.svg,
+               "Write an SVG picture of the records instead of their text: one group per "
+               "layer, strokes in the records' colours, Y up")
+      ->excludes(layers);
   app.add_flag("--progress-values", o.progressValues,
                "Write each progress value to standard error, one per line");
   app.add_option_function<std::string>(

@@ -22,6 +22,7 @@ struct Options {
   std::string drawing;
   std::string outputFile;  // empty: standard output
   bool layers = false;
+  bool svg = false;
   bool progressValues = false;
   uint64_t maxMemory = 0;     // bytes; 0 for the library's default
   double timeoutSeconds = 0;  // 0: no limit

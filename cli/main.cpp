@@ -7,6 +7,7 @@
 #include "cli/Options.h"
 #include "cli/Output.h"
 #include "cli/ProgressReport.h"
+#include "cli/SvgOutput.h"
 #include "parser/parser.h"
 
 namespace vessik::cli {
@@ -24,7 +25,8 @@ int Run(const Options& options) {
     std::string text;
     {
       Deadline deadline(progress, options.timeoutSeconds);
-      text = parser.Parse2(options.drawing, settings, progress);
+      text = options.svg ? SvgForDrawing(parser, options.drawing, settings, progress)
+                         : parser.Parse2(options.drawing, settings, progress);
       if (deadline.Expired()) {
         // The parse saw the cancel and gave the empty text, or ended just then:
         // either way the time was up, and nothing is written.

@@ -14,6 +14,7 @@ set(VESSIK_LIBRARY_SOURCES
   parser/Vessik_Layer.cpp
   parser/Vessik_Parser.cpp
   parser/Vessik_Progress.cpp
+  parser/Vessik_Records.cpp
   parser/Vessik_Types.cpp
   parser/Vessik_Utils.cpp
   entities/AheadPrinter.cpp
@@ -59,5 +60,6 @@ set(VESSIK_PUBLIC_HEADERS
   parser/Vessik_Layer.h
   parser/Vessik_Parser.h
   parser/Vessik_Progress.h
+  parser/Vessik_Records.h
   parser/Vessik_Section.h
 )

@@ -59,6 +59,7 @@ std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t) {
 #include <utility>
 #include <vector>
 
+#include "entities/RecordText.h"
 #include "entities/Vessik_IEntity.h"
 #include "parser/ParseLimits.h"
 #include "parser/Vessik_Utils.h"
@@ -112,9 +113,11 @@ std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t textSizeHint) {
   // and the memory and the cancel flag are those of the calling thread's parse.
   locale_t locale = uselocale(static_cast<locale_t>(nullptr));
   ParseLimits* limits = CurrentParseLimits();
+  const RecordForm form = CurrentRecordForm();
   try {
-    printer->thread_ = std::thread([p = printer.get(), locale, limits] {
+    printer->thread_ = std::thread([p = printer.get(), locale, limits, form] {
       uselocale(locale);
+      RecordFormScope formScope(form);
       SilencePump();
       ParseLimitsScope scope(limits);
       p->Run();

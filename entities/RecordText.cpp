@@ -9,14 +9,42 @@
 namespace vessik {
 namespace {
 
+thread_local RecordForm t_form = RecordForm::Text;
+
 char* WriteLong(char* out, int32_t value) {
   return std::to_chars(out, out + 16, value).ptr;
 }
 
+void AppendNumbers(Vessik_Concat& Text, const RecordHead& head, std::string_view LayerName,
+                   const double (&Columns)[12]) {
+  char room[kRecordHeadBytes + kRecordColumnsBytes];
+  std::memcpy(room, &head, kRecordHeadBytes);
+  std::memcpy(room + kRecordHeadBytes, Columns, kRecordColumnsBytes);
+  Text.Concat(std::string_view(room, sizeof room));
+  Text.Concat(LayerName);
+}
+
 }  // namespace
+
+RecordForm CurrentRecordForm() {
+  return t_form;
+}
+
+RecordFormScope::RecordFormScope(RecordForm form) : outer_(t_form) {
+  t_form = form;
+}
+
+RecordFormScope::~RecordFormScope() {
+  t_form = outer_;
+}
 
 void AppendRecord(Vessik_Concat& Text, int32_t Id, int32_t RecordType, std::string_view LayerName,
                   int32_t LayerId, int32_t LayerColor, const double (&Columns)[12]) {
+  if (t_form == RecordForm::Numbers) {
+    const RecordHead head{Id, RecordType, LayerId, LayerColor,
+                          static_cast<uint32_t>(LayerName.size())};
+    return AppendNumbers(Text, head, LayerName, Columns);
+  }
   const std::string_view sep = DecimalSeparator();
   // The numbers are written into one piece of room and appended at once.
   constexpr size_t kColumns = 12;

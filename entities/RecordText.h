@@ -15,6 +15,36 @@ namespace vessik {
 void AppendRecord(Vessik_Concat& Text, int32_t Id, int32_t RecordType, std::string_view LayerName,
                   int32_t LayerId, int32_t LayerColor, const double (&Columns)[12]);
 
+// How AppendRecord writes a record on this thread: as its line of text, or as its
+// numbers for a host that takes the records as such. The numbers form is the
+// columns' values themselves, so nothing is lost to the 15 digits of the text:
+// a RecordHead, the twelve doubles, then the layer name's bytes.
+enum class RecordForm { Text, Numbers };
+struct RecordHead {
+  int32_t Id;
+  int32_t RecordType;
+  int32_t LayerId;
+  int32_t LayerColor;
+  uint32_t NameBytes;
+};
+inline constexpr size_t kRecordHeadBytes = sizeof(RecordHead);
+inline constexpr size_t kRecordColumnsBytes = 12 * sizeof(double);
+
+RecordForm CurrentRecordForm();
+
+// Sets the form for this thread for its lifetime (a printing thread takes the
+// form of the thread that started it).
+class RecordFormScope {
+ public:
+  explicit RecordFormScope(RecordForm form);
+  ~RecordFormScope();
+  RecordFormScope(const RecordFormScope&) = delete;
+  RecordFormScope& operator=(const RecordFormScope&) = delete;
+
+ private:
+  RecordForm outer_;
+};
+
 // The same record as a text of its own.
 std::string RecordText(int32_t Id, int32_t RecordType, std::string_view LayerName, int32_t LayerId,
                        int32_t LayerColor, const double (&Columns)[12]);

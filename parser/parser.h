@@ -15,3 +15,4 @@
 #include "Vessik_Layer.h"
 #include "Vessik_Parser.h"
 #include "Vessik_Progress.h"
+#include "Vessik_Records.h"
