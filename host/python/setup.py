@@ -1,5 +1,6 @@
-"""Builds the "vessik" module with CMake (the whole project, without its tests)
-and installs it as a single extension module."""
+"""Builds the "vessik" package with CMake (the library and its Python extension,
+without tests, tool or benchmarks): the Python files of host/python/vessik and
+the extension module vessik._vessik."""
 
 import os
 import shutil
@@ -43,7 +44,7 @@ class CMakeBuild(build_ext):
         subprocess.check_call(["cmake", "--build", build_dir, "--target", "vessik_python",
                                "--parallel", jobs])
         suffix = sysconfig.get_config_var("EXT_SUFFIX")
-        built = os.path.join(build_dir, "python", "vessik" + suffix)
+        built = os.path.join(build_dir, "python", "vessik", "_vessik" + suffix)
         target = self.get_ext_fullpath(ext.name)
         os.makedirs(os.path.dirname(target), exist_ok=True)
         shutil.copyfile(built, target)
@@ -52,8 +53,13 @@ class CMakeBuild(build_ext):
 setup(
     name="vessik",
     version=project_version(),
-    description="Reads DXF drawings and returns them as plain geometry text",
-    ext_modules=[Extension("vessik", sources=[])],
+    description="Reads DXF drawings and returns them as plain geometry",
+    packages=["vessik"],
+    package_dir={"vessik": "vessik"},
+    package_data={"vessik": ["py.typed", "__init__.pyi"]},
+    install_requires=["numpy"],
+    python_requires=">=3.9",
+    ext_modules=[Extension("vessik._vessik", sources=[])],
     cmdclass={"build_ext": CMakeBuild},
     zip_safe=False,
 )

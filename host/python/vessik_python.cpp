@@ -1,5 +1,7 @@
-// The Python module "vessik": the five public classes with their members, the
-// Progress event as Python callables, and failures as vessik.VessikError.
+// The extension module "vessik._vessik" under the package "vessik": the five
+// public classes with their members, the Progress event as Python callables,
+// failures as vessik.VessikError, and the parse behind vessik.read and
+// vessik.read_text.
 //
 // Texts cross as str: the bytes of the drawing are decoded as UTF-8 with the
 // "surrogateescape" handler, so that a byte that is no UTF-8 survives and
@@ -10,9 +12,11 @@
 #include <pybind11/stl.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
+#include "host/svg/RecordsSvg.h"
 #include "parser/parser.h"
 
 namespace py = pybind11;
@@ -20,8 +24,9 @@ using namespace vessik;
 
 namespace {
 
-// The exception type; it lives as long as the process.
+// The exception types; they live as long as the process.
 PyObject* g_error_type = nullptr;
+PyObject* g_canceled_type = nullptr;
 
 py::str Decode(const std::string& bytes) {
   PyObject* s =
@@ -92,9 +97,164 @@ void SetMessageBox(const py::object& hook) {
   });
 }
 
+// A parse of vessik.read or vessik.read_text: its records and layers, and the
+// text and the picture made from them on demand. Its buffer is the records, one
+// 112-byte row each, for numpy.frombuffer.
+struct ParsedDrawing {
+  Vessik_Records records;
+  Vessik_Layers layers;
+};
+
+// Runs a parse without the interpreter's lock. The progress callable, if any, is
+// called with each value under the lock; a true result cancels the parse, and
+// so does an exception, which is then raised again here. A cancelled parse
+// raises vessik.Canceled. A memory budget other than None holds for this parse.
+template <class Parse>
+auto RunParse(const py::object& on_progress, const py::object& max_memory, Parse&& parse) {
+  Vessik_Progress progress;
+  std::optional<py::error_already_set> failure;
+  bool canceled_by_callable = false;
+  if (!on_progress.is_none()) {
+    progress.Connect([&](int32_t value) {
+      py::gil_scoped_acquire gil;
+      if (failure) return;
+      try {
+        const py::object answer = on_progress(value);
+        const int truth = PyObject_IsTrue(answer.ptr());
+        if (truth < 0) throw py::error_already_set();
+        if (truth > 0) canceled_by_callable = true;
+      } catch (py::error_already_set& e) {
+        failure.emplace(std::move(e));
+      }
+      if (canceled_by_callable || failure) progress.IsCanceled(true);
+    });
+  }
+  struct Budget {
+    std::optional<uint64_t> outer;
+    ~Budget() {
+      if (outer) SetMemoryBudget(*outer);
+    }
+  } budget;
+  if (!max_memory.is_none()) {
+    budget.outer = MemoryBudget();
+    SetMemoryBudget(max_memory.cast<uint64_t>());
+  }
+  auto result = [&] {
+    py::gil_scoped_release unlocked;
+    return parse(progress);
+  }();
+  if (failure) {
+    failure->restore();
+    throw py::error_already_set();
+  }
+  if (progress.IsCanceled()) {
+    PyErr_SetString(g_canceled_type, canceled_by_callable
+                                         ? "the progress callable cancelled the parse"
+                                         : "the parse was cancelled");
+    throw py::error_already_set();
+  }
+  return result;
+}
+
+Vessik_CommonData Settings(double tolerance, int32_t check, double arc_max_deviation,
+                           double arc_min_segment_length, double arc_max_segment_length,
+                           double initial_segments) {
+  Vessik_CommonData data;
+  data.Tolerance = tolerance;
+  data.Check = check;
+  data.ArcMaximumDeviationFactor = arc_max_deviation;
+  data.ArcMinimumSegmentLengthFactor = arc_min_segment_length;
+  data.ArcMaximumSegmentLengthFactor = arc_max_segment_length;
+  data.InitialSegments = initial_segments;
+  return data;
+}
+
+void DefineReading(py::module_& m) {
+  py::class_<ParsedDrawing>(m, "_ParsedDrawing", py::buffer_protocol(),
+                            "The records and layers of one parse (internal to vessik.Drawing).")
+      .def_buffer([](ParsedDrawing& d) {
+        static Vessik_Record none{};
+        Vessik_Record* rows = d.records.Items.empty() ? &none : d.records.Items.data();
+        return py::buffer_info(rows, 1, py::format_descriptor<uint8_t>::format(), 1,
+                               {static_cast<py::ssize_t>(d.records.size() * sizeof(Vessik_Record))},
+                               {static_cast<py::ssize_t>(1)}, /*readonly=*/true);
+      })
+      .def("__len__", [](const ParsedDrawing& d) { return d.records.size(); })
+      .def(
+          "layers",
+          [](const ParsedDrawing& d) {
+            py::list layers;
+            for (const auto& layer : d.layers) {
+              const int32_t aci = layer->Color ? layer->Color->ColorACI() : 0;
+              const int32_t rgb = layer->Color ? layer->Color->ColorRGB() : 0;
+              layers.append(py::make_tuple(Decode(layer->Name), aci, rgb));
+            }
+            return layers;
+          },
+          "(name, colour number, RGB value) of each layer.")
+      .def(
+          "text",
+          [](const ParsedDrawing& d) {
+            std::string text;
+            {
+              py::gil_scoped_release unlocked;
+              text = d.records.Text();
+            }
+            return Decode(text);
+          },
+          "The text of Parse2, printed from the records.")
+      .def(
+          "svg",
+          [](const ParsedDrawing& d) {
+            std::string svg;
+            {
+              py::gil_scoped_release unlocked;
+              svg = RecordsSvg(d.records, d.layers);
+            }
+            return Decode(svg);
+          },
+          "The SVG picture of the records, as the tool's --svg writes it.");
+
+  m.def(
+      "_read",
+      [](const py::object& path, double tolerance, int32_t check, double arc_max_deviation,
+         double arc_min_segment_length, double arc_max_segment_length, double initial_segments,
+         const py::object& progress, const py::object& max_memory) {
+        const std::string file = PathBytes(path);
+        Vessik_CommonData data =
+            Settings(tolerance, check, arc_max_deviation, arc_min_segment_length,
+                     arc_max_segment_length, initial_segments);
+        auto parsed = std::make_unique<ParsedDrawing>();
+        RunParse(progress, max_memory, [&](Vessik_Progress& p) {
+          Vessik_Parser parser;
+          parsed->records = ParseRecords(parser, file, data, p);
+          parsed->layers = parser.Layers();
+          return 0;
+        });
+        return parsed;
+      },
+      "Parses a drawing into its records (internal to vessik.read).");
+  m.def(
+      "_read_text",
+      [](const py::object& path, double tolerance, int32_t check, double arc_max_deviation,
+         double arc_min_segment_length, double arc_max_segment_length, double initial_segments,
+         const py::object& progress, const py::object& max_memory) {
+        const std::string file = PathBytes(path);
+        Vessik_CommonData data =
+            Settings(tolerance, check, arc_max_deviation, arc_min_segment_length,
+                     arc_max_segment_length, initial_segments);
+        const std::string text = RunParse(progress, max_memory, [&](Vessik_Progress& p) {
+          Vessik_Parser parser;
+          return parser.Parse2(file, data, p);
+        });
+        return Decode(text);
+      },
+      "Parses a drawing into its text (internal to vessik.read_text).");
+}
+
 }  // namespace
 
-PYBIND11_MODULE(vessik, m) {
+PYBIND11_MODULE(_vessik, m) {
   m.doc() =
       "Reads DXF drawings and returns them as plain geometry text: segments (83), arcs "
       "(66) and circles (75).";
@@ -112,11 +272,19 @@ class VessikError(Exception):
 
     def __str__(self):
         return "%s (%d)" % (self.description, self.number)
+
+
+class Canceled(Exception):
+    """The parse was cancelled: by the progress callable, or from elsewhere."""
 )py",
            py::globals(), ns);
   py::object error_type = ns["VessikError"];
   error_type.attr("__module__") = "vessik";
   m.attr("VessikError") = error_type;
+  py::object canceled_type = ns["Canceled"];
+  canceled_type.attr("__module__") = "vessik";
+  m.attr("Canceled") = canceled_type;
+  g_canceled_type = canceled_type.inc_ref().ptr();
 
   // The catalogue of failures: (number, name, source, description, raised when).
   py::list errors;
@@ -234,6 +402,8 @@ class VessikError(Exception):
   m.def("SetMessageBoxHook", &SetMessageBox, py::arg("hook"),
         "Sets the callable that shows the message of a failed load on this thread (None "
         "removes it).");
+
+  DefineReading(m);
 
   // The hooks of the main thread hold Python callables: drop them before the
   // interpreter ends.
