@@ -38,7 +38,7 @@ def test_dask_texts_are_those_of_vessik_batch(tmp_path):
     shutil.copy(ROOT / "examples" / "shapes.dxf", drawings / "nested" / "deeper" / "Copy.DXF")
     (drawings / "nested" / "damaged.dxf").write_bytes(
         (ROOT / "examples" / "shapes.dxf").read_bytes()[:700])
-    (drawings / "binary.dxf").write_bytes(b"AutoCAD Binary DXF\r\n\x1a\x00" + bytes(range(256)))
+    (drawings / "binary.dxf").write_bytes(bytes(range(256)) * 4)
     (drawings / "notes.txt").write_text("not a drawing\n")
     corpus = pathlib.Path(os.environ.get("VESSIK_CORPUS_DIR", "/nonexistent"))
     for name in ("dxf-npm/test__resources__1x1rectangle.dxf",
