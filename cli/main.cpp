@@ -1,8 +1,11 @@
-// vessik: reads a DXF drawing and prints the text of Vessik_Parser::Parse2.
+// vessik: reads a DXF drawing and prints the text of Vessik_Parser::Parse2;
+// "vessik batch" converts many drawings into files.
 #include <cstdio>
 #include <exception>
 #include <string>
 
+#include "cli/Batch.h"
+#include "cli/BatchOptions.h"
 #include "cli/Deadline.h"
 #include "cli/Options.h"
 #include "cli/Output.h"
@@ -52,6 +55,13 @@ int Run(const Options& options) {
 }  // namespace vessik::cli
 
 int main(int argc, char** argv) {
+  if (vessik::cli::AsksForBatch(argc, argv)) {
+    // The batch has a command line of its own, after the word "batch".
+    const vessik::cli::BatchParseResult parsed =
+        vessik::cli::ParseBatchCommandLine(argc - 1, argv + 1);
+    if (parsed.exitStatus) return *parsed.exitStatus;
+    return vessik::cli::RunBatch(parsed.options);
+  }
   const vessik::cli::ParseResult parsed = vessik::cli::ParseCommandLine(argc, argv);
   if (parsed.exitStatus) return *parsed.exitStatus;
   return vessik::cli::Run(parsed.options);
