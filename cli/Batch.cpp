@@ -91,7 +91,13 @@ void Work(BatchRun& run, size_t worker) {
   for (;;) {
     const size_t i = run.next.fetch_add(1);
     if (i >= run.drawings.size()) break;
-    run.failures[i] = ConvertAndWrite(run, parser, worker, run.drawings[i]);
+    try {
+      run.failures[i] = ConvertAndWrite(run, parser, worker, run.drawings[i]);
+    } catch (...) {
+      // Only memory running out outside any parse gets here; the drawing fails
+      // with it rather than ending the whole batch.
+      run.failures[i] = ErrorText(CurrentErrorAsVessik());
+    }
     run.progress.Done(worker);
   }
 }

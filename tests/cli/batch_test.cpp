@@ -458,6 +458,22 @@ TEST_F(BatchTest, OutputFolderThatIsAFileFailsEachDrawingWith75) {
   EXPECT_EQ(ReadFile(dir.File("out")), "a file");
 }
 
+TEST_F(BatchTest, ResultThatCannotTakeItsPlaceLeavesNothingBehind) {
+  // A folder stands where a.txt must go: the text is written to its temporary
+  // file, the rename fails, and the temporary file is removed again.
+  TempDir dir;
+  CopyFile(kShapes, dir.File("in/a.dxf"));
+  CopyFile(kShapes, dir.File("in/b.dxf"));
+  fs::create_directories(dir.File("out/a.txt"));
+  const ToolRun run = RunTool({"batch", "-o", dir.File("out"), dir.File("in")});
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_EQ(run.err, "vessik: " + dir.File("in/a.dxf") + ": " +
+                         ErrorText(errnum::PathFileAccess, "Path/File access error") + "\n" +
+                         Summary(2, 1));
+  ExpectTree(Tree(dir.File("out")),
+             {{"a.txt", "/"}, {"b.txt", ParseInProcess(kShapes, test::ToolDefaults()).text}});
+}
+
 TEST_F(BatchTest, MaxMemoryHoldsForEachDrawing) {
   TempDir dir;
   CopyFile(kShapes, dir.File("in/a.dxf"));
