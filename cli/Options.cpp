@@ -7,8 +7,6 @@
 
 namespace vessik::cli {
 
-namespace {
-
 Vessik_CommonData DefaultSettings() {
   Vessik_CommonData data;
   data.Tolerance = kDefaultTolerance;
@@ -19,8 +17,6 @@ Vessik_CommonData DefaultSettings() {
   data.InitialSegments = kDefaultInitialSegments;
   return data;
 }
-
-}  // namespace
 
 std::optional<uint64_t> ParseSize(const std::string& text) {
   uint64_t value = 0;
@@ -56,50 +52,19 @@ std::optional<uint64_t> ParseSize(const std::string& text) {
   return value << shift;
 }
 
-ParseResult ParseCommandLine(int argc, char** argv) {
-  ParseResult result;
-  Options& o = result.options;
-  o.settings = DefaultSettings();
-  Vessik_CommonData& s = o.settings;
-
-  CLI::App app{
-      "Reads a DXF drawing and prints it as plain geometry: one tab-separated record per\n"
-      "straight segment (83), arc (66) or circle (75), in world coordinates, CR LF line ends.",
-      "vessik"};
-  app.set_version_flag("--version", std::string("vessik ") + VESSIK_VERSION);
-
-  app.add_option("DRAWING", o.drawing, "The DXF drawing to read")->required();
-  app.add_option("-o,--output", o.outputFile,
-                 "Write to FILE instead of standard output (only when the parse succeeds)")
-      ->type_name("FILE");
-  CLI::Option* layers =
-      app.add_flag("--layers", o.layers,
-                   "Print the drawing's layers instead of the records: name TAB colour number "
-                   "TAB RGB value, one per line");
-  app.add_flag("--svg", o.svg,
-               "Write an SVG picture of the records instead of their text: one group per "
-               "layer, strokes in the records' colours, Y up")
-      ->excludes(layers);
-  app.add_flag("--progress-values", o.progressValues,
-               "Write each progress value to standard error, one per line");
+void AddMaxMemoryOption(CLI::App& app, uint64_t& maxMemory, const std::string& help) {
   app.add_option_function<std::string>(
          "--max-memory",
-         [&o](const std::string& text) {
+         [&maxMemory](const std::string& text) {
            const std::optional<uint64_t> size = ParseSize(text);
            if (!size) throw CLI::ValidationError("--max-memory", "not a size: " + text);
-           o.maxMemory = *size;
+           maxMemory = *size;
          },
-         "Most memory the parse may hold, in bytes or with a K, M or G suffix (512M, 2G); "
-         "past it the parse fails with 7. Default: half of the physical memory (0 also "
-         "means that)")
+         help)
       ->type_name("SIZE");
-  app.add_option("--timeout", o.timeoutSeconds,
-                 "Stop the parse after this many seconds, write nothing and exit with 3 "
-                 "(0: no limit)")
-      ->type_name("SECONDS")
-      ->capture_default_str()
-      ->check(CLI::NonNegativeNumber);
+}
 
+void AddSettingOptions(CLI::App& app, Vessik_CommonData& s) {
   app.add_option("--tolerance", s.Tolerance,
                  "Drawing units. Largest deviation of the arcs and lines that replace an "
                  "ellipse or a spline; must be above 0 for drawings with ellipses")
@@ -123,6 +88,47 @@ ParseResult ParseCommandLine(int argc, char** argv) {
                  "Count. A spline's fitting never steps further than 1/N of its knot "
                  "range (rounded half to even; 0 means 2)")
       ->capture_default_str();
+}
+
+ParseResult ParseCommandLine(int argc, char** argv) {
+  ParseResult result;
+  Options& o = result.options;
+  o.settings = DefaultSettings();
+  Vessik_CommonData& s = o.settings;
+
+  CLI::App app{
+      "Reads a DXF drawing and prints it as plain geometry: one tab-separated record per\n"
+      "straight segment (83), arc (66) or circle (75), in world coordinates, CR LF line ends.",
+      "vessik"};
+  app.set_version_flag("--version", std::string("vessik ") + VESSIK_VERSION);
+  app.footer("Many drawings at once: vessik batch --help (a drawing named batch: ./batch)");
+
+  app.add_option("DRAWING", o.drawing, "The DXF drawing to read")->required();
+  app.add_option("-o,--output", o.outputFile,
+                 "Write to FILE instead of standard output (only when the parse succeeds)")
+      ->type_name("FILE");
+  CLI::Option* layers =
+      app.add_flag("--layers", o.layers,
+                   "Print the drawing's layers instead of the records: name TAB colour number "
+                   "TAB RGB value, one per line");
+  app.add_flag("--svg", o.svg,
+               "Write an SVG picture of the records instead of their text: one group per "
+               "layer, strokes in the records' colours, Y up")
+      ->excludes(layers);
+  app.add_flag("--progress-values", o.progressValues,
+               "Write each progress value to standard error, one per line");
+  AddMaxMemoryOption(app, o.maxMemory,
+                     "Most memory the parse may hold, in bytes or with a K, M or G suffix "
+                     "(512M, 2G); past it the parse fails with 7. Default: half of the "
+                     "physical memory (0 also means that)");
+  app.add_option("--timeout", o.timeoutSeconds,
+                 "Stop the parse after this many seconds, write nothing and exit with 3 "
+                 "(0: no limit)")
+      ->type_name("SECONDS")
+      ->capture_default_str()
+      ->check(CLI::NonNegativeNumber);
+
+  AddSettingOptions(app, s);
 
   try {
     app.parse(argc, argv);

@@ -8,6 +8,10 @@
 
 #include "parser/Vessik_CommonData.h"
 
+namespace CLI {
+class App;
+}
+
 namespace vessik::cli {
 
 // Defaults for a person at a terminal, in drawing units where a unit applies.
@@ -28,6 +32,16 @@ struct Options {
   double timeoutSeconds = 0;  // 0: no limit
   Vessik_CommonData settings;
 };
+
+// The six parse settings with the tool's defaults.
+Vessik_CommonData DefaultSettings();
+
+// Adds --tolerance, --check, --arc-max-deviation, --arc-min-segment-length,
+// --arc-max-segment-length and --initial-segments, which write into s.
+void AddSettingOptions(CLI::App& app, Vessik_CommonData& s);
+
+// Adds --max-memory, a size as ParseSize reads it, with the help text given.
+void AddMaxMemoryOption(CLI::App& app, uint64_t& maxMemory, const std::string& help);
 
 // Parses the arguments. Returns the options, or the exit status when the tool is
 // done already: --help, --version or a usage error, whose message CLI11 printed.

@@ -46,7 +46,7 @@ void WriteOutput(const std::string& text, const std::string& file) {
   if (std::fclose(f.release()) != 0) RaisePlatformError(errnum::PathFileAccess);
 }
 
-std::string ErrorLine(const Vessik_Error& error) {
+std::string ErrorText(const Vessik_Error& error) {
   char hex[16];
   std::snprintf(hex, sizeof hex, "%08X",
                 static_cast<unsigned>(static_cast<uint32_t>(error.Number())));
@@ -55,8 +55,11 @@ std::string ErrorLine(const Vessik_Error& error) {
   for (char& c : description) {
     if (c == '\n' || c == '\r') c = ' ';
   }
-  return "vessik: error " + std::to_string(error.Number()) + " (0x" + hex + "): " + description +
-         "\n";
+  return "error " + std::to_string(error.Number()) + " (0x" + hex + "): " + description;
+}
+
+std::string ErrorLine(const Vessik_Error& error) {
+  return "vessik: " + ErrorText(error) + "\n";
 }
 
 }  // namespace vessik::cli

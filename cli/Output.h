@@ -16,6 +16,9 @@ std::string LayersText(const Vessik_Layers& layers);
 // empty. Raises 75 (Path/File access error) when they cannot be written.
 void WriteOutput(const std::string& text, const std::string& file);
 
+// "error NUMBER (0xHEX): DESCRIPTION" on one line, without a line feed.
+std::string ErrorText(const Vessik_Error& error);
+
 // "vessik: error NUMBER (0xHEX): DESCRIPTION" and a line feed; HEX is the number's
 // 32-bit pattern in eight upper-case digits.
 std::string ErrorLine(const Vessik_Error& error);

@@ -1,13 +1,16 @@
-// vessik: reads a DXF drawing and prints the text of Vessik_Parser::Parse2.
+// vessik: reads a DXF drawing and prints the text of Vessik_Parser::Parse2;
+// "vessik batch" converts many drawings into files.
 #include <cstdio>
 #include <exception>
 #include <string>
 
+#include "cli/Batch.h"
+#include "cli/BatchOptions.h"
+#include "cli/Convert.h"
 #include "cli/Deadline.h"
 #include "cli/Options.h"
 #include "cli/Output.h"
 #include "cli/ProgressReport.h"
-#include "cli/SvgOutput.h"
 #include "parser/parser.h"
 
 namespace vessik::cli {
@@ -21,12 +24,11 @@ int Run(const Options& options) {
   SetMemoryBudget(options.maxMemory);
   try {
     Vessik_Parser parser;
-    Vessik_CommonData settings = options.settings;
     std::string text;
     {
       Deadline deadline(progress, options.timeoutSeconds);
-      text = options.svg ? SvgForDrawing(parser, options.drawing, settings, progress)
-                         : parser.Parse2(options.drawing, settings, progress);
+      text = ConvertOne(parser, options.drawing, options.svg ? OutputKind::Svg : OutputKind::Text,
+                        options.settings, progress);
       if (deadline.Expired()) {
         // The parse saw the cancel and gave the empty text, or ended just then:
         // either way the time was up, and nothing is written.
@@ -54,6 +56,13 @@ int Run(const Options& options) {
 }  // namespace vessik::cli
 
 int main(int argc, char** argv) {
+  if (vessik::cli::AsksForBatch(argc, argv)) {
+    // The batch has a command line of its own, after the word "batch".
+    const vessik::cli::BatchParseResult parsed =
+        vessik::cli::ParseBatchCommandLine(argc - 1, argv + 1);
+    if (parsed.exitStatus) return *parsed.exitStatus;
+    return vessik::cli::RunBatch(parsed.options);
+  }
   const vessik::cli::ParseResult parsed = vessik::cli::ParseCommandLine(argc, argv);
   if (parsed.exitStatus) return *parsed.exitStatus;
   return vessik::cli::Run(parsed.options);
