@@ -87,6 +87,7 @@ void Work(BatchRun& run, size_t worker) {
   // The budget and the parser belong to this thread: parses on other threads
   // neither see nor share them.
   SetMemoryBudget(run.memoryBudget);
+  SetTrueGeometry(run.options.trueGeometry);
   Vessik_Parser parser;
   for (;;) {
     const size_t i = run.next.fetch_add(1);

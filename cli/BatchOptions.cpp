@@ -61,6 +61,7 @@ BatchParseResult ParseBatchCommandLine(int argc, char** argv) {
       ->capture_default_str()
       ->check(CLI::NonNegativeNumber);
   AddSettingOptions(app, o.settings);
+  AddTrueGeometryOption(app, o.trueGeometry);
 
   try {
     app.parse(argc, argv);

@@ -21,6 +21,7 @@ struct BatchOptions {
   OutputKind kind = OutputKind::Text;
   uint64_t maxMemory = 0;     // bytes per drawing; 0: the default shared among workers
   double timeoutSeconds = 0;  // per drawing; 0: no limit
+  bool trueGeometry = false;
   Vessik_CommonData settings;
 };
 

@@ -64,6 +64,13 @@ void AddMaxMemoryOption(CLI::App& app, uint64_t& maxMemory, const std::string& h
       ->type_name("SIZE");
 }
 
+void AddTrueGeometryOption(CLI::App& app, bool& on) {
+  app.add_flag("--true-geometry", on,
+               "Draw the drawing where the DXF format means it (ellipse direction, extrusion "
+               "and elevation, repeated references, ...) instead of the default text; every "
+               "approximation stays within --tolerance");
+}
+
 void AddSettingOptions(CLI::App& app, Vessik_CommonData& s) {
   app.add_option("--tolerance", s.Tolerance,
                  "Drawing units. Largest deviation of the arcs and lines that replace an "
@@ -129,6 +136,7 @@ ParseResult ParseCommandLine(int argc, char** argv) {
       ->check(CLI::NonNegativeNumber);
 
   AddSettingOptions(app, s);
+  AddTrueGeometryOption(app, o.trueGeometry);
 
   try {
     app.parse(argc, argv);

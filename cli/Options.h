@@ -30,6 +30,7 @@ struct Options {
   bool progressValues = false;
   uint64_t maxMemory = 0;     // bytes; 0 for the library's default
   double timeoutSeconds = 0;  // 0: no limit
+  bool trueGeometry = false;
   Vessik_CommonData settings;
 };
 
@@ -39,6 +40,9 @@ Vessik_CommonData DefaultSettings();
 // Adds --tolerance, --check, --arc-max-deviation, --arc-min-segment-length,
 // --arc-max-segment-length and --initial-segments, which write into s.
 void AddSettingOptions(CLI::App& app, Vessik_CommonData& s);
+
+// Adds --true-geometry.
+void AddTrueGeometryOption(CLI::App& app, bool& on);
 
 // Adds --max-memory, a size as ParseSize reads it, with the help text given.
 void AddMaxMemoryOption(CLI::App& app, uint64_t& maxMemory, const std::string& help);

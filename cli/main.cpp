@@ -22,6 +22,7 @@ int Run(const Options& options) {
   ProgressReport report(progress, options.progressValues,
                         !options.progressValues && StandardErrorIsTerminal());
   SetMemoryBudget(options.maxMemory);
+  SetTrueGeometry(options.trueGeometry);
   try {
     Vessik_Parser parser;
     std::string text;

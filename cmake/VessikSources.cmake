@@ -13,6 +13,7 @@ set(VESSIK_LIBRARY_SOURCES
   parser/Vessik_Error.cpp
   parser/Vessik_Layer.cpp
   parser/Vessik_Parser.cpp
+  parser/GeometryMode.cpp
   parser/Vessik_Progress.cpp
   parser/Vessik_Records.cpp
   parser/Vessik_Types.cpp
@@ -21,6 +22,9 @@ set(VESSIK_LIBRARY_SOURCES
   entities/EntityArena.cpp
   entities/EntityFactory.cpp
   entities/RecordText.cpp
+  entities/TrueCurves.cpp
+  entities/TrueEntities.cpp
+  entities/TrueGeometry.cpp
   entities/Vessik_Arc.cpp
   entities/Vessik_Circle.cpp
   entities/Vessik_Ellipse.cpp
@@ -31,6 +35,7 @@ set(VESSIK_LIBRARY_SOURCES
   entities/Vessik_Polyline.cpp
   entities/Vessik_Spline.cpp
   entities/Vessik_Vertex.cpp
+  geometry/Affine.cpp
   geometry/Vessik_Aaa.cpp
   geometry/Vessik_ArcGeo.cpp
   geometry/Vessik_LineGeo.cpp

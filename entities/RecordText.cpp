@@ -11,8 +11,8 @@ namespace {
 
 thread_local RecordForm t_form = RecordForm::Text;
 
-char* WriteLong(char* out, int32_t value) {
-  return std::to_chars(out, out + 16, value).ptr;
+char* WriteLong(char* out, int64_t value) {
+  return std::to_chars(out, out + 24, value).ptr;
 }
 
 void AppendNumbers(Vessik_Concat& Text, const RecordHead& head, std::string_view LayerName,
@@ -38,7 +38,7 @@ RecordFormScope::~RecordFormScope() {
   t_form = outer_;
 }
 
-void AppendRecord(Vessik_Concat& Text, int32_t Id, int32_t RecordType, std::string_view LayerName,
+void AppendRecord(Vessik_Concat& Text, int64_t Id, int32_t RecordType, std::string_view LayerName,
                   int32_t LayerId, int32_t LayerColor, const double (&Columns)[12]) {
   if (t_form == RecordForm::Numbers) {
     const RecordHead head{Id, RecordType, LayerId, LayerColor,
@@ -84,7 +84,7 @@ void AppendRecord(Vessik_Concat& Text, int32_t Id, int32_t RecordType, std::stri
   Text.Concat(std::string_view(buf, static_cast<size_t>(p - buf)));
 }
 
-std::string RecordText(int32_t Id, int32_t RecordType, std::string_view LayerName, int32_t LayerId,
+std::string RecordText(int64_t Id, int32_t RecordType, std::string_view LayerName, int32_t LayerId,
                        int32_t LayerColor, const double (&Columns)[12]) {
   Vessik_Concat text;
   AppendRecord(text, Id, RecordType, LayerName, LayerId, LayerColor, Columns);

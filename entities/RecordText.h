@@ -8,11 +8,12 @@
 
 namespace vessik {
 
-// One output record: Id, record type, layer name, layer index, colour, then the
+// One output record: Id (a 32-bit handle number, or an unsigned handle in the
+// true-geometry mode), record type, layer name, layer index, colour, then the
 // twelve number columns X1, Y1, Z1, X2, Y2, Z2, CX, CY, CZ, R, SA, EA; every column
 // closed by a TAB, the line by CR LF. A column a record type does not use holds 0,
 // which prints as "0".
-void AppendRecord(Vessik_Concat& Text, int32_t Id, int32_t RecordType, std::string_view LayerName,
+void AppendRecord(Vessik_Concat& Text, int64_t Id, int32_t RecordType, std::string_view LayerName,
                   int32_t LayerId, int32_t LayerColor, const double (&Columns)[12]);
 
 // How AppendRecord writes a record on this thread: as its line of text, or as its
@@ -21,7 +22,7 @@ void AppendRecord(Vessik_Concat& Text, int32_t Id, int32_t RecordType, std::stri
 // a RecordHead, the twelve doubles, then the layer name's bytes.
 enum class RecordForm { Text, Numbers };
 struct RecordHead {
-  int32_t Id;
+  int64_t Id;
   int32_t RecordType;
   int32_t LayerId;
   int32_t LayerColor;
@@ -46,7 +47,7 @@ class RecordFormScope {
 };
 
 // The same record as a text of its own.
-std::string RecordText(int32_t Id, int32_t RecordType, std::string_view LayerName, int32_t LayerId,
+std::string RecordText(int64_t Id, int32_t RecordType, std::string_view LayerName, int32_t LayerId,
                        int32_t LayerColor, const double (&Columns)[12]);
 
 }  // namespace vessik

@@ -25,4 +25,16 @@ void SetMemoryBudget(uint64_t bytes);
 /// The budget of a parse started on this thread now.
 uint64_t MemoryBudget();
 
+/// Switches the parses on this thread to the true-geometry mode (true) or back to
+/// the default text (false, the default). The mode draws the drawing where the
+/// DXF format means it: ellipses counter-clockwise and with their extrusion,
+/// lightweight polylines and block references in their object coordinates,
+/// repeated references as their grid, no polyface or mesh polylines, entities
+/// only at group 0 in every ENTITIES section, unsigned handles, and every
+/// approximation within Tolerance of its curve. Same records, layers and failures.
+void SetTrueGeometry(bool on);
+
+/// Whether the parses on this thread use the true-geometry mode.
+bool TrueGeometry();
+
 }  // namespace vessik

@@ -6,12 +6,14 @@
 #include <stdexcept>
 
 #include "entities/EntityArena.h"
+#include "entities/TrueGeometry.h"
 #include "entities/Vessik_Insert.h"
 #include "parser/GroupPairs.h"
 #include "parser/NameLookup.h"
 #include "parser/ParseLimits.h"
 #include "parser/Vessik_Convert.h"
 #include "parser/Vessik_Error.h"
+#include "parser/Vessik_Hooks.h"
 #include "parser/Vessik_Utils.h"
 
 namespace vessik {
@@ -105,6 +107,11 @@ std::string Vessik_Parser::RunStages(const std::string& TheFile, Vessik_CommonDa
   SetLayers(layers);
   std::vector<Vessik_Block> blocks = ParseBlocks(sections);
   root_.reset();
+  if (TrueGeometry()) {
+    std::string text = TrueGeometryText(sections, blocks, layers_, Data, Progress);
+    GroupPairs().Clear();
+    return text;
+  }
   oneShot_ = true;
   try {
     root_ = ParseEntities(sections, blocks, layers_, Data, Progress);

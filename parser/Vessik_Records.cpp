@@ -1,5 +1,6 @@
 #include "parser/Vessik_Records.h"
 
+#include <cstddef>
 #include <cstring>
 #include <unordered_map>
 
@@ -9,8 +10,9 @@
 
 namespace vessik {
 
-static_assert(sizeof(Vessik_Record) == 4 * sizeof(int32_t) + kRecordColumnsBytes,
-              "a record is its head and its twelve columns, with no padding");
+static_assert(sizeof(Vessik_Record) == 24 + kRecordColumnsBytes &&
+                  offsetof(Vessik_Record, X1) == 24,
+              "a record is its Id, three integers, a reserved one and the twelve columns");
 
 std::string Vessik_Records::Text() const {
   Vessik_Concat text;
@@ -40,6 +42,7 @@ Vessik_Records Vessik_Records::FromNumbers(std::string_view numbers) {
     r.RecordType = head.RecordType;
     r.LayerId = head.LayerId;
     r.LayerColor = head.LayerColor;
+    r.Reserved = 0;
     std::memcpy(&r.X1, numbers.data() + at, kRecordColumnsBytes);
     at += kRecordColumnsBytes;
     if (numbers.size() - at < head.NameBytes) RaisePlatformError(errnum::SubscriptOutOfRange);

@@ -18,13 +18,15 @@ namespace vessik {
 /// doubles are the values the line was printed from, at full precision.
 struct Vessik_Record {
   /// The source entity's handle as a number; 0 if it has none.
-  int32_t Id;
+  int64_t Id;
   /// 83 straight segment, 66 arc, 75 circle.
   int32_t RecordType;
   /// Index of the record's layer in Vessik_Parser::Layers (from 0).
   int32_t LayerId;
   /// red + 256 * green + 65536 * blue; -1 for an own colour "by layer", 0 "by block".
   int32_t LayerColor;
+  /// Unused; keeps the doubles aligned.
+  int32_t Reserved;
   /// Start, end, centre, radius, start and end angle in degrees; a circle's start
   /// and end are the corners of its box, as in the text.
   double X1, Y1, Z1, X2, Y2, Z2, CX, CY, CZ, R, SA, EA;

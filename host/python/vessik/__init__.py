@@ -99,8 +99,14 @@ class Layer(NamedTuple):
 def _record_dtype():
     import numpy
 
-    return numpy.dtype([(name, "i4") for name in RECORD_FIELDS[:4]] +
-                       [(name, "f8") for name in RECORD_FIELDS[4:]])
+    # The library's rows: an 8-byte id, three 4-byte integers, 4 bytes unused, then
+    # the twelve doubles.
+    return numpy.dtype({
+        "names": list(RECORD_FIELDS),
+        "formats": ["i8", "i4", "i4", "i4"] + ["f8"] * 12,
+        "offsets": [0, 8, 12, 16] + [24 + 8 * k for k in range(12)],
+        "itemsize": 120,
+    })
 
 
 class Drawing:
