@@ -144,11 +144,6 @@ void TrueSink::CircleArc(const RecordOwner& owner, const Affine& place, const Ve
   const Vec3 centre = place.Point(c);
   const Vec3 u = place.Vector({r, 0, 0});
   const Vec3 v = place.Vector({0, r, 0});
-  const double lu = Length(u), lv = Length(v);
-  const double size = std::max(lu, lv);
-  const bool circle = std::abs(lu - lv) <= kRelative * size &&
-                      std::abs(Dot(u, v)) <= kRelative * size * size &&
-                      std::abs(u.z) <= kRelative * size && std::abs(v.z) <= kRelative * size;
   double t0 = a0 * (std::numbers::pi / 180);
   double t1 = a1 * (std::numbers::pi / 180);
   if (full) {
@@ -157,22 +152,39 @@ void TrueSink::CircleArc(const RecordOwner& owner, const Affine& place, const Ve
     t1 = t0 + TurnFrom(t0, t1);
     if (t1 == t0) t1 = t0 + kTwoPi;  // equal angles: the whole circle
   }
-  if (circle) {
-    if (full) return Circle(owner, centre, lu);
-    // A mirroring placement turns the arc round: it runs clockwise from the image
-    // of its start, so counter-clockwise from the image of its end.
-    const Vec3 s = place.Vector({r * std::cos(t0), r * std::sin(t0), 0});
-    const Vec3 e = place.Vector({r * std::cos(t1), r * std::sin(t1), 0});
-    const double as = std::atan2(s.y, s.x), ae = std::atan2(e.y, e.x);
-    if (Cross(u, v).z > 0) return Arc(owner, centre, lu, as, ae);
-    return Arc(owner, centre, lu, ae, as);
-  }
   Conic(owner, centre, u, v, t0, t1);
+}
+
+bool TrueSink::ExactCircle(const RecordOwner& owner, const Vec3& c, const Vec3& u, const Vec3& v,
+                           double t0, double t1) {
+  const double lu = Length(u), lv = Length(v);
+  const double size = std::max(lu, lv);
+  const bool circle = std::abs(lu - lv) <= kRelative * size &&
+                      std::abs(Dot(u, v)) <= kRelative * size * size &&
+                      std::abs(u.z) <= kRelative * size && std::abs(v.z) <= kRelative * size;
+  if (!circle) return false;
+  if (t1 - t0 >= kTwoPi) {
+    Circle(owner, c, lu);
+    return true;
+  }
+  // With u and v turned the other way round (a mirroring placement, an extrusion
+  // towards -Z) the curve runs clockwise: counter-clockwise from its end.
+  const Vec3 s = std::cos(t0) * u + std::sin(t0) * v;
+  const Vec3 e = std::cos(t1) * u + std::sin(t1) * v;
+  const double as = std::atan2(s.y, s.x), ae = std::atan2(e.y, e.x);
+  if (Cross(u, v).z > 0) {
+    Arc(owner, c, lu, as, ae);
+  } else {
+    Arc(owner, c, lu, ae, as);
+  }
+  return true;
 }
 
 void TrueSink::Conic(const RecordOwner& owner, const Vec3& c, const Vec3& u, const Vec3& v,
                      double t0, double t1) {
   if (!(t1 > t0) || !Finite(c) || !Finite(u) || !Finite(v)) return;
+  // A circle that stays a circle in a plane parallel to XY prints exactly.
+  if (ExactCircle(owner, c, u, v, t0, t1)) return;
   CheckTolerance();
   const double size = std::max(Length(u), Length(v));
   const bool planar = std::abs(u.z) <= kRelative * size && std::abs(v.z) <= kRelative * size;

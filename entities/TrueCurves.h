@@ -50,6 +50,10 @@ class TrueSink {
                 int depth);
   void Arc(const RecordOwner& owner, const Vec3& centre, double r, double startRad, double endRad);
   void Circle(const RecordOwner& owner, const Vec3& centre, double r);
+  // Prints c + cos t u + sin t v exactly when it is a circle in a plane parallel
+  // to XY; false when it is not one.
+  bool ExactCircle(const RecordOwner& owner, const Vec3& c, const Vec3& u, const Vec3& v, double t0,
+                   double t1);
   // Takes the tolerance for a fit: raises when there are no settings or no fit
   // can meet it.
   void CheckTolerance();

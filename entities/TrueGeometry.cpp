@@ -44,7 +44,7 @@ class TrueReader {
  public:
   TrueReader(const std::vector<Vessik_Block>& blocks, Vessik_Layers& layers, Vessik_Concat& text,
              const Vessik_CommonData* data)
-      : layers_(layers), text_(text), sink_(text, data) {
+      : layers_(layers), sink_(text, data) {
     for (const Vessik_Block& b : blocks) blocks_.try_emplace(b.Name, &b);
   }
 
@@ -85,14 +85,9 @@ class TrueReader {
       Insert(entity, place, level + 1);
       return next;
     }
-    // As in the default mode, an entity that cannot be printed is left out whole.
-    const int64_t before = text_.length();
-    try {
-      PrintTrueEntity(entity, place, layers_, sink_);
-    } catch (...) {
-      if (InFlightEndsTheParse()) throw;
-      text_.Truncate(before);
-    }
+    // Reading and printing are one step here: a failure of either ends the parse,
+    // as a failure of reading or fitting does in the default mode.
+    PrintTrueEntity(entity, place, layers_, sink_);
     return next;
   }
 
@@ -107,7 +102,6 @@ class TrueReader {
   }
 
   Vessik_Layers& layers_;
-  Vessik_Concat& text_;
   TrueSink sink_;
   // The first block of each name counts.
   std::unordered_map<std::string_view, const Vessik_Block*> blocks_;

@@ -214,6 +214,13 @@ VESSIK_API void vessik_set_memory_budget(uint64_t bytes);
 /* The budget of a parse started on the calling thread now. */
 VESSIK_API uint64_t vessik_memory_budget(void);
 
+/* Non-zero switches the parses on the calling thread to the true-geometry mode,
+   which draws the drawing where the DXF format means it; 0 (the default) gives
+   the default text. Same records, layers and failures. */
+VESSIK_API void vessik_set_true_geometry(int on);
+/* Non-zero when the parses on the calling thread use the true-geometry mode. */
+VESSIK_API int vessik_true_geometry(void);
+
 #ifdef __cplusplus
 }
 #endif

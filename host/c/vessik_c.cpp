@@ -374,6 +374,14 @@ uint64_t vessik_memory_budget(void) {
   return vessik::MemoryBudget();
 }
 
+void vessik_set_true_geometry(int on) {
+  vessik::SetTrueGeometry(on != 0);
+}
+
+int vessik_true_geometry(void) {
+  return vessik::TrueGeometry() ? 1 : 0;
+}
+
 void vessik_set_message_box_hook(vessik_message_box_hook hook, void* context) {
   try {
     if (hook == nullptr) {

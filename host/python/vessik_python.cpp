@@ -108,9 +108,11 @@ struct ParsedDrawing {
 // Runs a parse without the interpreter's lock. The progress callable, if any, is
 // called with each value under the lock; a true result cancels the parse, and
 // so does an exception, which is then raised again here. A cancelled parse
-// raises vessik.Canceled. A memory budget other than None holds for this parse.
+// raises vessik.Canceled. A memory budget other than None, and the geometry mode,
+// hold for this parse.
 template <class Parse>
-auto RunParse(const py::object& on_progress, const py::object& max_memory, Parse&& parse) {
+auto RunParse(const py::object& on_progress, const py::object& max_memory, bool true_geometry,
+              Parse&& parse) {
   Vessik_Progress progress;
   std::optional<py::error_already_set> failure;
   bool canceled_by_callable = false;
@@ -135,6 +137,11 @@ auto RunParse(const py::object& on_progress, const py::object& max_memory, Parse
       if (outer) SetMemoryBudget(*outer);
     }
   } budget;
+  struct Mode {
+    bool outer = TrueGeometry();
+    ~Mode() { SetTrueGeometry(outer); }
+  } mode;
+  SetTrueGeometry(true_geometry);
   if (!max_memory.is_none()) {
     budget.outer = MemoryBudget();
     SetMemoryBudget(max_memory.cast<uint64_t>());
@@ -219,13 +226,13 @@ void DefineReading(py::module_& m) {
       "_read",
       [](const py::object& path, double tolerance, int32_t check, double arc_max_deviation,
          double arc_min_segment_length, double arc_max_segment_length, double initial_segments,
-         const py::object& progress, const py::object& max_memory) {
+         const py::object& progress, const py::object& max_memory, bool true_geometry) {
         const std::string file = PathBytes(path);
         Vessik_CommonData data =
             Settings(tolerance, check, arc_max_deviation, arc_min_segment_length,
                      arc_max_segment_length, initial_segments);
         auto parsed = std::make_unique<ParsedDrawing>();
-        RunParse(progress, max_memory, [&](Vessik_Progress& p) {
+        RunParse(progress, max_memory, true_geometry, [&](Vessik_Progress& p) {
           Vessik_Parser parser;
           parsed->records = ParseRecords(parser, file, data, p);
           parsed->layers = parser.Layers();
@@ -238,15 +245,16 @@ void DefineReading(py::module_& m) {
       "_read_text",
       [](const py::object& path, double tolerance, int32_t check, double arc_max_deviation,
          double arc_min_segment_length, double arc_max_segment_length, double initial_segments,
-         const py::object& progress, const py::object& max_memory) {
+         const py::object& progress, const py::object& max_memory, bool true_geometry) {
         const std::string file = PathBytes(path);
         Vessik_CommonData data =
             Settings(tolerance, check, arc_max_deviation, arc_min_segment_length,
                      arc_max_segment_length, initial_segments);
-        const std::string text = RunParse(progress, max_memory, [&](Vessik_Progress& p) {
-          Vessik_Parser parser;
-          return parser.Parse2(file, data, p);
-        });
+        const std::string text =
+            RunParse(progress, max_memory, true_geometry, [&](Vessik_Progress& p) {
+              Vessik_Parser parser;
+              return parser.Parse2(file, data, p);
+            });
         return Decode(text);
       },
       "Parses a drawing into its text (internal to vessik.read_text).");
@@ -399,6 +407,11 @@ class Canceled(Exception):
         "physical memory, or of the address space where that is capped lower.");
   m.def("MemoryBudget", &MemoryBudget,
         "The memory budget in bytes of a parse started on this thread now.");
+  m.def("SetTrueGeometry", &SetTrueGeometry, py::arg("on"),
+        "Switches the parses of Parse2 on this thread to the true-geometry mode (True) or "
+        "back to the default text (False).");
+  m.def("TrueGeometry", &TrueGeometry,
+        "Whether Parse2 on this thread uses the true-geometry mode.");
   m.def("SetMessageBoxHook", &SetMessageBox, py::arg("hook"),
         "Sets the callable that shows the message of a failed load on this thread (None "
         "removes it).");

@@ -30,6 +30,8 @@ from ._vessik import (
     SetMemoryBudget,
     SetMessageBoxHook,
     SetPumpHook,
+    SetTrueGeometry,
+    TrueGeometry,
     Vessik_Color,
     Vessik_CommonData,
     Vessik_Layer,
@@ -42,7 +44,7 @@ from ._vessik import (
 
 __all__ = [
     "ARC", "CIRCLE", "Canceled", "Drawing", "ERRORS", "Layer", "MemoryBudget", "RECORD_FIELDS",
-    "Record", "SEGMENT", "SetMemoryBudget", "SetMessageBoxHook", "SetPumpHook", "Vessik_Color",
+    "Record", "SEGMENT", "SetMemoryBudget", "SetMessageBoxHook", "SetPumpHook", "SetTrueGeometry", "TrueGeometry", "Vessik_Color",
     "Vessik_CommonData", "Vessik_Layer", "Vessik_Parser", "Vessik_Progress", "VessikError",
     "read", "read_text",
 ]
@@ -157,7 +159,7 @@ def _number(name, value):
 
 
 def _arguments(path, tolerance, check, arc_max_deviation, arc_min_segment_length,
-               arc_max_segment_length, initial_segments, progress, max_memory):
+               arc_max_segment_length, initial_segments, progress, max_memory, true_geometry):
     if not isinstance(path, (str, bytes, os.PathLike)):
         raise TypeError("path must be a str, bytes or os.PathLike, not %s" % type(path).__name__)
     if isinstance(check, bool) or not isinstance(check, numbers.Integral):
@@ -177,21 +179,24 @@ def _arguments(path, tolerance, check, arc_max_deviation, arc_min_segment_length
             _number("arc_max_deviation", arc_max_deviation),
             _number("arc_min_segment_length", arc_min_segment_length),
             _number("arc_max_segment_length", arc_max_segment_length),
-            _number("initial_segments", initial_segments), progress, max_memory)
+            _number("initial_segments", initial_segments), progress, max_memory,
+            bool(true_geometry))
 
 
 def read(path: PathType, *, tolerance: float = 0.01, check: int = 0,
          arc_max_deviation: float = 0.01, arc_min_segment_length: float = 0.1,
          arc_max_segment_length: float = 10, initial_segments: float = 4,
          progress: Optional[ProgressCallable] = None,
-         max_memory: Optional[int] = None) -> Drawing:
+         max_memory: Optional[int] = None, true_geometry: bool = False) -> Drawing:
     """Reads a DXF drawing into its records.
 
     The settings and their defaults are those of the ``vessik`` tool (see its
     ``--help``). ``progress`` is called with each progress value from 0 to 100;
     returning True cancels the parse, which then raises :class:`Canceled`.
     ``max_memory`` is the most memory in bytes the parse may hold (None or 0: half
-    of the physical memory); past it the parse fails with 7. The interpreter's
+    of the physical memory); past it the parse fails with 7. ``true_geometry``
+    draws the drawing where the DXF format means it rather than as the default
+    text does (see the README, "Two modes"). The interpreter's
     lock is released while the library works, so other threads run meanwhile.
 
     Raises :class:`VessikError` (number, source, description) when the drawing
@@ -199,16 +204,17 @@ def read(path: PathType, *, tolerance: float = 0.01, check: int = 0,
     """
     return Drawing(_read(*_arguments(path, tolerance, check, arc_max_deviation,
                                      arc_min_segment_length, arc_max_segment_length,
-                                     initial_segments, progress, max_memory)))
+                                     initial_segments, progress, max_memory,
+                                     true_geometry)))
 
 
 def read_text(path: PathType, *, tolerance: float = 0.01, check: int = 0,
               arc_max_deviation: float = 0.01, arc_min_segment_length: float = 0.1,
               arc_max_segment_length: float = 10, initial_segments: float = 4,
               progress: Optional[ProgressCallable] = None,
-              max_memory: Optional[int] = None) -> str:
+              max_memory: Optional[int] = None, true_geometry: bool = False) -> str:
     """Reads a DXF drawing and returns its text alone, as ``vessik`` prints it.
     The arguments and failures are those of :func:`read`."""
     return _read_text(*_arguments(path, tolerance, check, arc_max_deviation,
                                   arc_min_segment_length, arc_max_segment_length,
-                                  initial_segments, progress, max_memory))
+                                  initial_segments, progress, max_memory, true_geometry))
