@@ -10,6 +10,7 @@
 #include "parser/GroupPairs.h"
 #include "parser/ParseLimits.h"
 #include "parser/Vessik_Convert.h"
+#include "parser/Vessik_Error.h"
 #include "parser/Vessik_Utils.h"
 
 namespace vessik {
@@ -239,6 +240,9 @@ int32_t ReadTrueEntity(std::string_view keyword, int32_t first, int32_t end, Ves
       });
   if (kind == TrueKind::Spline) {
     if (pointStarted) controlPoints.push_back(point);
+    // A spline without knots or control points fails the parse as in the default
+    // mode (one given by fit points alone among them).
+    if (e.knots.empty() || controlPoints.empty()) RaisePlatformError(errnum::SubscriptOutOfRange);
     for (const Vec3& p : controlPoints) e.vertices.push_back({p, 0, 0});
   }
   e.kind = kind;
