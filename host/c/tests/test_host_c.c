@@ -321,6 +321,21 @@ static void test_failures(void) {
   vessik_string_free(text);
   free(path);
 
+  /* The true-geometry mode: handles read unsigned, and back to the default. */
+  CHECK(vessik_true_geometry() == 0);
+  path = drawing("handle.dxf", "0\nLINE\n5\n8000\n8\n0\n10\n0\n20\n0\n11\n1\n21\n1\n");
+  vessik_set_true_geometry(1);
+  CHECK(vessik_true_geometry() == 1);
+  CHECK(vessik_parser_parse2(parser, path, d, p, &text, NULL, &err) == 0);
+  CHECK(strncmp(text, "32768\t83\t", 9) == 0);
+  vessik_string_free(text);
+  vessik_set_true_geometry(0);
+  CHECK(vessik_true_geometry() == 0);
+  CHECK(vessik_parser_parse2(parser, path, d, p, &text, NULL, &err) == 0);
+  CHECK(strncmp(text, "-32768\t83\t", 10) == 0);
+  vessik_string_free(text);
+  free(path);
+
   vessik_error_clear(&err);
   CHECK(err.number == 0 && err.source == NULL && err.description == NULL);
   vessik_progress_release(p);

@@ -96,6 +96,24 @@ def test_text_is_parse2s_text(three):
     assert vessik.read(SHAPES).text == text == vessik.read_text(SHAPES)
 
 
+def test_true_geometry_is_for_this_parse_only(tmp_path):
+    path = tmp_path / "handle.dxf"
+    path.write_text("0\nSECTION\n2\nENTITIES\n0\nLINE\n5\n8000\n11\n1\n0\nENDSEC\n0\nEOF\n")
+    assert vessik.read(path, true_geometry=True)[0].id == 32768
+    assert vessik.read_text(path, true_geometry=True).startswith("32768\t83\t")
+    assert vessik.TrueGeometry() is False
+    assert vessik.read(path)[0].id == -32768
+    vessik.SetTrueGeometry(True)
+    try:
+        parser = vessik.Vessik_Parser()
+        assert parser.Parse2(str(path), vessik.Vessik_CommonData(),
+                             vessik.Vessik_Progress()).startswith("32768\t")
+        assert vessik.read(path)[0].id == -32768
+        assert vessik.TrueGeometry() is True
+    finally:
+        vessik.SetTrueGeometry(False)
+
+
 def test_settings_reach_the_parse():
     coarse = vessik.read(SHAPES, tolerance=1)
     fine = vessik.read(SHAPES, tolerance=0.0001)
