@@ -24,6 +24,7 @@ import math
 import os
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
@@ -38,8 +39,9 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 SOURCE_DIR = os.path.dirname(os.path.dirname(HERE))
 EXAMPLE = os.path.join(SOURCE_DIR, "examples", "shapes.dxf")
 # Small drawings of the corpus with several colours, arcs and circles: lines,
-# arcs and circles on layers of five colours, white among them (drawn black); and
-# lines and circles in colours of their own, "by layer" and "by block".
+# arcs and circles "by layer" on layers of four colours, white among them (drawn
+# black), where lines of one layer lie on those of another; and lines and circles
+# in colours of their own, white and "by block" among them.
 CORPUS_DRAWINGS = (
     "openscad/examples__Old__example009.dxf",
     "ezdxf/examples_dxf__colors.dxf",
@@ -206,21 +208,28 @@ class Picture:
         self.image = None
 
     def render(self, user_data_dir):
-        browser = chromium()
         # The sandbox refuses to start as root (and in many containers); the page
         # is a local file of our own.
-        args = [browser, "--headless", "--no-sandbox", "--disable-gpu", "--hide-scrollbars",
+        args = [chromium(), "--headless", "--no-sandbox", "--disable-gpu", "--hide-scrollbars",
                 "--no-first-run", "--disable-extensions", "--disable-dev-shm-usage",
                 "--force-device-scale-factor=%d" % SCALE,
                 "--user-data-dir=" + user_data_dir,
                 "--window-size=%d,%d" % (self.width, self.height),
                 "--screenshot=" + self.png_path,
                 "file://" + os.path.abspath(self.svg_path)]
-        done = subprocess.run(args, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                              timeout=RENDER_TIMEOUT)
-        if done.returncode != 0 or not os.path.isfile(self.png_path):
+        # A session of its own, so that a browser that hangs goes with all its
+        # helper processes.
+        browser = subprocess.Popen(args, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                                   start_new_session=True)
+        try:
+            output, _ = browser.communicate(timeout=RENDER_TIMEOUT)
+        except subprocess.TimeoutExpired:
+            os.killpg(browser.pid, signal.SIGKILL)
+            browser.communicate()
+            raise AssertionError("chromium did not finish within %g s" % RENDER_TIMEOUT)
+        if browser.returncode != 0 or not os.path.isfile(self.png_path):
             raise AssertionError("chromium failed (%d): %s" %
-                                 (done.returncode, done.stdout.decode("latin-1")[-2000:]))
+                                 (browser.returncode, output.decode("latin-1")[-2000:]))
         self.image = Image.open(self.png_path).convert("RGB")
 
     def transform(self):
