@@ -1,5 +1,6 @@
 #include "entities/Vessik_Insert.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "entities/AheadPrinter.h"
@@ -16,6 +17,12 @@
 #include "parser/Vessik_Utils.h"
 
 namespace vessik {
+namespace {
+
+// Memory freed while printing that is handed back to the system at once.
+constexpr int64_t kTrimBatch = int64_t{64} << 20;
+
+}  // namespace
 
 Vessik_Insert::~Vessik_Insert() {
   printer_.reset();
@@ -229,6 +236,8 @@ void Vessik_Insert::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
     const double step = 100.0 / count;
     int32_t lastPercent = 0;
     int32_t trimmedPercent = 0;
+    // The memory the parse held at the last hand-back, or its peak since.
+    int64_t trimmedAt = 0;
     // A nested reference has neither progress nor memory to hand back: it needs no
     // percentages.
     const bool counts = progress_ != nullptr || oneShot_;
@@ -265,10 +274,18 @@ void Vessik_Insert::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
       if (oneShot_) {
         Entities->Item(k).reset();
         // The freed objects would stay with the allocator while the text grows
-        // elsewhere: hand their pages back as printing advances.
+        // elsewhere: hand their pages back as printing advances, but only in large
+        // batches. Each hand-back is a system call that stalls every processor
+        // running the host's threads, and a small drawing's pages are better kept.
         if (percent > trimmedPercent) {
           trimmedPercent = percent;
-          ReturnFreedMemory();
+          const ParseLimits* limits = CurrentParseLimits();
+          const int64_t used = limits != nullptr ? limits->Used() : 0;
+          if (trimmedAt - used >= kTrimBatch) {
+            ReturnFreedMemory();
+            trimmedAt = used;
+          }
+          trimmedAt = std::max(trimmedAt, used);
         }
       }
       PumpMessages();
