@@ -320,9 +320,10 @@ void ForEachPlacement(const TrueEntity& insert, const Vec3& base,
   const Affine turn = Affine::RotationZ(insert.rotation);
   const Affine local = turn * Affine::Scaling(insert.scale.x, insert.scale.y, insert.scale.z) *
                        Affine::Translation(Vec3{} - base);
-  // A grid with a spacing of 0 has its copies on top of each other: one is drawn.
-  const int32_t rows = insert.rowSpacing == 0 ? std::min(insert.rows, 1) : insert.rows;
-  const int32_t columns = insert.columnSpacing == 0 ? std::min(insert.columns, 1) : insert.columns;
+  // A count below 1 means one, as where the group is missing; a grid with a
+  // spacing of 0 has its copies on top of each other: one is drawn.
+  const int32_t rows = insert.rowSpacing == 0 ? 1 : std::max(insert.rows, 1);
+  const int32_t columns = insert.columnSpacing == 0 ? 1 : std::max(insert.columns, 1);
   for (int32_t row = 0; row < rows; ++row) {
     for (int32_t column = 0; column < columns; ++column) {
       const Vec3 offset{column * insert.columnSpacing, row * insert.rowSpacing, 0};

@@ -267,6 +267,17 @@ TEST(TrueGeometry, RepeatedInsertGivesItsGrid) {
   EXPECT_EQ(test::Records(Parse(dxf, false)).size(), 1u);
 }
 
+TEST(TrueGeometry, GridCountsBelowOneAndZeroSpacingsGiveOneCopy) {
+  for (const Pairs& grid : {Pairs{{70, "0"}, {71, "3"}, {44, "10"}}, Pairs{{70, "-2"}, {44, "10"}},
+                            Pairs{{70, "4"}, {71, "5"}}}) {
+    const std::string dxf =
+        test::Drawing(Concat({{{0, "INSERT"}, {2, "B"}, {10, "1"}, {20, "2"}, {30, "0"}}, grid}),
+                      {{"0", 7}}, Block("B", kUnitLine));
+    EXPECT_EQ(True(dxf), (Rows{{"0", "83", "0", "0", "16777215", "1", "2", "0", "2", "2", "0", "0",
+                                "0", "0", "0", "0", "0"}}));
+  }
+}
+
 TEST(TrueGeometry, RotatedGridTurnsWithTheReference) {
   // Rotation 90: the columns go up the Y axis.
   const Rows rows = True(test::Drawing(
