@@ -262,6 +262,7 @@ CURVE_TYPES = {"LINE", "ARC", "CIRCLE", "LWPOLYLINE", "POLYLINE", "ELLIPSE", "SP
 @dataclass
 class OracleResult:
     chains: Chains = field(default_factory=list)
+    labels: List[str] = field(default_factory=list)  # the entity behind each chain
     entities: int = 0        # curve entities flattened, block instances counted each time
     skipped: List[str] = field(default_factory=list)  # entities ezdxf could not evaluate
     note: str = ""
@@ -289,8 +290,9 @@ class _Expander:
             self.result.skipped.append(f"{e.dxftype()} {e.dxf.get('handle', '?')}: "
                                        f"{type(exc).__name__}: {exc}")
 
-    def _add(self, chains: Chains, m: Optional[np.ndarray]) -> None:
+    def _add(self, chains: Chains, m: Optional[np.ndarray], label: str) -> None:
         for c in chains:
+            self.result.labels.append(label)
             if m is not None:
                 c = c @ m[:3, :3] + m[3, :3]
             self.result.chains.append(c)
@@ -310,7 +312,9 @@ class _Expander:
                     self._note_skip(e, exc)
                     continue
                 self.result.entities += 1
-                self._add(chains, m)
+                where = "/".join(stack)
+                self._add(chains, m, f"{t} {e.dxf.get('handle', '?')}" +
+                          (f" in {where}" if where else ""))
             elif t == "INSERT":
                 self.insert(e, m, depth, stack)
 
@@ -496,7 +500,13 @@ def densify(chains: Chains, step: float) -> Tuple[np.ndarray, np.ndarray]:
             continue
         d = c[1:] - c[:-1]
         lengths = np.linalg.norm(d, axis=1)
-        n = np.maximum(1, np.ceil(lengths / step).astype(np.int64))
+        # A wild segment (a point far off) may not blow the sample count up:
+        # past MAX_SAMPLES for one chain, its segments are sampled more coarsely.
+        n = np.clip(np.ceil(np.nan_to_num(lengths / step, posinf=MAX_SAMPLES)),
+                    1, MAX_SAMPLES)
+        if n.sum() > MAX_SAMPLES:
+            n = np.maximum(1.0, np.floor(n * (MAX_SAMPLES / n.sum())))
+        n = n.astype(np.int64)
         seg = np.repeat(np.arange(len(d)), n)
         # parameter of each sample along its segment: 0, 1/n, ..., (n-1)/n
         first = np.cumsum(n) - n
@@ -562,16 +572,18 @@ class _GridIndex:
 
 
 def directed_distance(q: np.ndarray, target: np.ndarray, link: np.ndarray,
-                      step: float, k: int = 8) -> float:
+                      step: float, k: int = 16) -> Tuple[float, Optional[np.ndarray]]:
     """Largest distance from a point of `q` to the chains made of `target`
     (consecutive points i, i + 1 with link[i] bound a segment).  The distance to
     the segments next to the k nearest target points is an upper bound of the
     true distance, and exact when the nearest segment has an end among those
-    points, which the dense sampling of the target makes the rule."""
+    points, which the dense sampling of the target makes the rule.  Also returns
+    the sample of `q` where the largest distance is met (None when there is no
+    sample)."""
     if len(q) == 0:
-        return 0.0
+        return 0.0, None
     if len(target) == 0:
-        return math.inf
+        return math.inf, q[0]
     k = min(k, len(target))
     if cKDTree is not None:
         tree = cKDTree(target)
@@ -580,6 +592,7 @@ def directed_distance(q: np.ndarray, target: np.ndarray, link: np.ndarray,
         grid = _GridIndex(target, max(step, 1e-12) * 4)
         query = lambda pts: grid.query(pts, k)  # noqa: E731
     worst = 0.0
+    where = q[0]
     n = len(target)
     prev_ok = np.concatenate(([False], link[:-1]))  # segment (i - 1, i) exists
     for lo in range(0, len(q), 50_000):
@@ -606,8 +619,10 @@ def directed_distance(q: np.ndarray, target: np.ndarray, link: np.ndarray,
             d = np.linalg.norm(qa - ab * t[..., None], axis=2)
             d = np.where(ok, d, np.inf)
             bc = np.minimum(bc, d.min(axis=1))
-        worst = max(worst, float(bc.max()))
-    return worst
+        i = int(np.argmax(bc))
+        if bc[i] > worst:
+            worst, where = float(bc[i]), qc[i]
+    return worst, where
 
 
 # ---------------------------------------------------------------------------
@@ -624,6 +639,8 @@ class Comparison:
     tool_samples: int = 0
     oracle_to_tool: float = 0.0   # largest distance of an oracle sample to the tool's chains
     tool_to_oracle: float = 0.0   # largest distance of a tool sample to the oracle's chains
+    oracle_worst: Optional[np.ndarray] = None  # where oracle_to_tool is met
+    tool_worst: Optional[np.ndarray] = None    # where tool_to_oracle is met
     extent: float = 0.0
     allowed: float = 0.0
     step: float = 0.0
@@ -671,8 +688,8 @@ def compare(path: Path, tool: str, extra_args: Sequence[str] = (),
     op, olink = densify(oracle.chains, res.step)
     tp, tlink = densify(out.chains, res.step)
     res.oracle_samples, res.tool_samples = len(op), len(tp)
-    res.oracle_to_tool = directed_distance(op, tp, tlink, res.step)
-    res.tool_to_oracle = directed_distance(tp, op, olink, res.step)
+    res.oracle_to_tool, res.oracle_worst = directed_distance(op, tp, tlink, res.step)
+    res.tool_to_oracle, res.tool_worst = directed_distance(tp, op, olink, res.step)
     # The tool may deviate by its fit tolerance from an ellipse or spline; each
     # flattening here adds its chord error; printed numbers carry ~1e-6
     # relative rounding.
@@ -714,10 +731,18 @@ def _fmt(v: float) -> str:
     return f"{v:.3g}"
 
 
-def format_row(c: Comparison, name: str) -> str:
+def _where(p: Optional[np.ndarray]) -> str:
+    return "-" if p is None else "(" + ", ".join(f"{v:.6g}" for v in p) + ")"
+
+
+def format_row(c: Comparison, name: str, verbose: bool = False) -> str:
+    reason = c.reason
+    if verbose and c.status == "FAIL":
+        reason = (f"worst ezdxf sample {_where(c.oracle_worst)}, worst tool sample "
+                  f"{_where(c.tool_worst)}" + ("; " + reason if reason else ""))
     return (f"{c.status:<12} {name:<70} {c.oracle_entities:>6} {c.tool_records:>6} "
             f"{_fmt(c.oracle_to_tool):>9} {_fmt(c.tool_to_oracle):>9} {_fmt(c.extent):>9} "
-            f"{_fmt(c.allowed):>8} {c.seconds:6.1f}s  {c.reason}")
+            f"{_fmt(c.allowed):>8} {c.seconds:6.1f}s  {reason}")
 
 
 def main(argv: Optional[Sequence[str]] = None) -> int:
@@ -727,6 +752,8 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
     ap.add_argument("--corpus", type=Path, default=DEFAULT_CORPUS)
     ap.add_argument("--only", default="*", help="glob on the corpus file names")
     ap.add_argument("--tolerance", type=float, default=DEFAULT_TOLERANCE)
+    ap.add_argument("--verbose", action="store_true",
+                    help="name where the largest distances are met on failing drawings")
     ap.add_argument("--failures-only", action="store_true", help="print only the rows that do not pass")
     args = ap.parse_args(argv)
     extra = args.tool_args.split()
@@ -743,7 +770,7 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
         c = compare(args.corpus / name, args.tool, extra, args.tolerance)
         counts[c.status] = counts.get(c.status, 0) + 1
         if not (args.failures_only and c.passed):
-            print(format_row(c, name), flush=True)
+            print(format_row(c, name, args.verbose), flush=True)
     total = sum(counts.values())
     summary = ", ".join(f"{k} {v}" for k, v in sorted(counts.items()))
     print(f"\n{total} drawings in {time.monotonic() - t0:.0f} s: {summary}")
