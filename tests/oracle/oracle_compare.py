@@ -523,81 +523,98 @@ def densify(chains: Chains, step: float) -> Tuple[np.ndarray, np.ndarray]:
     return np.concatenate(pts_parts), np.concatenate(link_parts)
 
 
-class _GridIndex:
-    """Nearest-neighbour search on a uniform grid, for machines without scipy."""
+def _point_segment(q: np.ndarray, a: np.ndarray, b: np.ndarray) -> np.ndarray:
+    """Distances of points q to segments a-b, row by row (any leading shape)."""
+    ab = b - a
+    qa = q - a
+    den = np.einsum("...k,...k->...", ab, ab)
+    t = np.einsum("...k,...k->...", qa, ab) / np.where(den > 0, den, 1.0)
+    t = np.where(den > 0, np.clip(t, 0.0, 1.0), 0.0)
+    return np.linalg.norm(qa - ab * t[..., None], axis=-1)
 
-    def __init__(self, pts: np.ndarray, cell: float):
-        self.pts = pts
-        self.cell = cell
-        self.lo = pts.min(axis=0)
-        keys = np.floor((pts - self.lo) / cell).astype(np.int64)
-        self.order = np.lexsort((keys[:, 2], keys[:, 1], keys[:, 0]))
-        k = keys[self.order]
-        uniq, start = np.unique(k, axis=0, return_index=True)
-        self.buckets = {tuple(u): (s, e) for u, s, e in
-                        zip(uniq.tolist(), start, np.append(start[1:], len(k)))}
 
-    def query(self, q: np.ndarray, k: int) -> Tuple[np.ndarray, np.ndarray]:
-        dist = np.full((len(q), k), np.inf)
-        idx = np.zeros((len(q), k), dtype=np.int64)
-        keys = np.floor((q - self.lo) / self.cell).astype(np.int64)
-        for i, key in enumerate(keys.tolist()):
-            ring = 1
-            while True:
-                cand = []
-                for dx in range(-ring, ring + 1):
-                    for dy in range(-ring, ring + 1):
-                        for dz in range(-ring, ring + 1):
-                            b = self.buckets.get((key[0] + dx, key[1] + dy, key[2] + dz))
-                            if b:
-                                cand.append(self.order[b[0]:b[1]])
-                if cand:
-                    c = np.concatenate(cand)
-                    d = np.linalg.norm(self.pts[c] - q[i], axis=1)
-                    # only exact when the k-th distance is within the searched ring
-                    if len(c) >= k or ring > 64:
-                        sel = np.argsort(d)[:k]
-                        if d[sel[-1]] <= ring * self.cell or ring > 64:
-                            dist[i, :len(sel)] = d[sel]
-                            idx[i, :len(sel)] = c[sel]
-                            break
-                ring *= 2
-                if ring > 1 << 20:
-                    d = np.linalg.norm(self.pts - q[i], axis=1)
-                    sel = np.argsort(d)[:k]
-                    dist[i, :len(sel)] = d[sel]
-                    idx[i, :len(sel)] = sel
-                    break
-        return dist, idx
+def _grid_distances(q: np.ndarray, target: np.ndarray, link: np.ndarray,
+                    step: float) -> np.ndarray:
+    """Distance of each point of q to the chains of target, without scipy: the
+    target points go into a uniform grid, and each query looks at the segments
+    that have an end in its own or a neighbouring cell.  A result is exact once
+    it is below the cell size less the sampling step (a nearer segment would have
+    an end in those cells); the other queries go round again with cells four
+    times larger, and what is left when one cell holds the whole target is
+    measured to the nearest target point."""
+    n = len(target)
+    prev_ok = np.concatenate(([False], link[:-1]))
+    best = np.full(len(q), np.inf)
+    todo = np.arange(len(q))
+    lo = target.min(axis=0)
+    span = float(np.max(target.max(axis=0) - lo))
+    cell = max(step, 1e-12) * 2.0
+    offsets = [(dx, dy, dz) for dx in (-1, 0, 1) for dy in (-1, 0, 1) for dz in (-1, 0, 1)]
+    while len(todo) and cell <= 4.0 * max(span, step):
+        keys = np.floor((target - lo) / cell).astype(np.int64) + 1
+        dims = keys.max(axis=0) + 2
+        lin = (keys[:, 0] * dims[1] + keys[:, 1]) * dims[2] + keys[:, 2]
+        order = np.argsort(lin, kind="stable")
+        slin = lin[order]
+        qq = q[todo]
+        qk = np.floor((qq - lo) / cell)
+        qk = np.clip(qk, -2, dims + 2).astype(np.int64) + 1
+        b = best[todo]
+        for off in offsets:
+            nk = qk + np.array(off)
+            inside = np.all((nk >= 0) & (nk < dims), axis=1)
+            nl = (nk[:, 0] * dims[1] + nk[:, 1]) * dims[2] + nk[:, 2]
+            first = np.searchsorted(slin, nl, "left")
+            last = np.where(inside, np.searchsorted(slin, nl, "right"), first)
+            cnt = last - first
+            for j in range(int(cnt.max(initial=0))):
+                rows = np.nonzero(cnt > j)[0]
+                pi = order[first[rows] + j]
+                qr = qq[rows]
+                d = np.linalg.norm(qr - target[pi], axis=1)
+                nxt = np.minimum(pi + 1, n - 1)
+                d = np.minimum(d, np.where(link[pi], _point_segment(qr, target[pi], target[nxt]), np.inf))
+                prv = np.maximum(pi - 1, 0)
+                d = np.minimum(d, np.where(prev_ok[pi], _point_segment(qr, target[prv], target[pi]), np.inf))
+                b[rows] = np.minimum(b[rows], d)
+        best[todo] = b
+        todo = todo[~(b <= cell - step)]
+        cell *= 4.0
+    for lo_i in range(0, len(todo), max(1, 20_000_000 // max(n, 1))):
+        rows = todo[lo_i:lo_i + max(1, 20_000_000 // max(n, 1))]
+        d = np.linalg.norm(q[rows][:, None, :] - target[None, :, :], axis=2).min(axis=1)
+        best[rows] = np.minimum(best[rows], d)
+    return best
 
 
 def directed_distance(q: np.ndarray, target: np.ndarray, link: np.ndarray,
                       step: float, k: int = 16) -> Tuple[float, Optional[np.ndarray]]:
     """Largest distance from a point of `q` to the chains made of `target`
-    (consecutive points i, i + 1 with link[i] bound a segment).  The distance to
-    the segments next to the k nearest target points is an upper bound of the
-    true distance, and exact when the nearest segment has an end among those
-    points, which the dense sampling of the target makes the rule.  Also returns
-    the sample of `q` where the largest distance is met (None when there is no
-    sample)."""
+    (consecutive points i, i + 1 with link[i] bound a segment), and the sample of
+    `q` where it is met (None when q is empty).
+
+    With scipy, the segments next to the k nearest target points are measured:
+    an upper bound of the true distance, exact when the nearest segment has an
+    end among those points, which the dense sampling of the target makes the
+    rule (the bound is never more than step/2 above the true distance).  Without
+    scipy, a grid search of the same kind (_grid_distances)."""
     if len(q) == 0:
         return 0.0, None
     if len(target) == 0:
         return math.inf, q[0]
+    if cKDTree is None:
+        d = _grid_distances(q, target, link, step)
+        i = int(np.argmax(d))
+        return float(d[i]), q[i]
     k = min(k, len(target))
-    if cKDTree is not None:
-        tree = cKDTree(target)
-        query = lambda pts: tree.query(pts, k=k)  # noqa: E731
-    else:
-        grid = _GridIndex(target, max(step, 1e-12) * 4)
-        query = lambda pts: grid.query(pts, k)  # noqa: E731
+    tree = cKDTree(target)
     worst = 0.0
     where = q[0]
     n = len(target)
     prev_ok = np.concatenate(([False], link[:-1]))  # segment (i - 1, i) exists
     for lo in range(0, len(q), 50_000):
         qb = q[lo:lo + 50_000]
-        dist, idx = query(qb)
+        dist, idx = tree.query(qb, k=k)
         dist = np.asarray(dist, dtype=float).reshape(len(qb), k)
         idx = np.asarray(idx, dtype=np.int64).reshape(len(qb), k)
         best = dist.min(axis=1)
@@ -606,17 +623,10 @@ def directed_distance(q: np.ndarray, target: np.ndarray, link: np.ndarray,
         if not np.any(cand):
             continue
         qc, ic, bc = qb[cand], idx[cand], best[cand]
-        for a_idx, ok in ((ic, link[np.minimum(ic, n - 1)]),
-                          (ic - 1, prev_ok[np.minimum(ic, n - 1)])):
+        for a_idx, ok in ((ic, link[ic]), (ic - 1, prev_ok[ic])):
             a_idx = np.clip(a_idx, 0, n - 1)
             b_idx = np.clip(a_idx + 1, 0, n - 1)
-            a, b = target[a_idx], target[b_idx]
-            ab = b - a
-            qa = qc[:, None, :] - a
-            den = np.einsum("ijk,ijk->ij", ab, ab)
-            t = np.where(den > 0, np.einsum("ijk,ijk->ij", qa, ab) / np.where(den > 0, den, 1), 0)
-            t = np.clip(t, 0.0, 1.0)
-            d = np.linalg.norm(qa - ab * t[..., None], axis=2)
+            d = _point_segment(qc[:, None, :], target[a_idx], target[b_idx])
             d = np.where(ok, d, np.inf)
             bc = np.minimum(bc, d.min(axis=1))
         i = int(np.argmax(bc))

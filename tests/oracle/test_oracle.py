@@ -94,3 +94,35 @@ def test_drawing_matches_ezdxf(name):
         pytest.skip("VESSIK_CLI is not set")
     c = oc.compare(CORPUS / name, TOOL, TOOL_ARGS)
     assert c.status == "pass", oc.format_row(c, name, verbose=True)
+
+
+# The comparison's own pieces, on geometry whose answer is known.
+
+def test_distance_is_measured_to_segments_not_samples():
+    import numpy as np
+    a = [np.array([[0.0, 0.0, 0.0], [10.0, 0.0, 0.0]])]
+    b = [np.array([[0.0, 0.5, 0.0], [10.0, 0.5, 0.0]])]
+    qa, _ = oc.densify(a, 0.3)
+    tb, lb = oc.densify(b, 3.0)  # coarse on purpose: the segments still count
+    d, _ = oc.directed_distance(qa, tb, lb, 3.0)
+    assert abs(d - 0.5) < 1e-12
+    saved = oc.cKDTree
+    try:
+        oc.cKDTree = None
+        d, _ = oc.directed_distance(qa, tb, lb, 3.0)
+    finally:
+        oc.cKDTree = saved
+    assert abs(d - 0.5) < 1e-12
+
+
+def test_records_arcs_run_counter_clockwise_and_equal_angles_make_a_full_turn():
+    import numpy as np
+    text = (b"1\t66\t0\t0\t7\t0\t0\t0\t0\t0\t0\t0\t0\t0\t2\t350\t10\t\r\n"
+            b"2\t66\t0\t0\t7\t0\t0\t0\t0\t0\t0\t5\t5\t1\t1\t30\t30\t\r\n")
+    res = oc.parse_records(text, 1e-4)
+    assert res.records == 2
+    arc, full = res.chains
+    assert np.allclose(np.linalg.norm(arc[:, :2], axis=1), 2.0)
+    assert arc[:, 0].min() > 1.9  # 350 -> 10 degrees passes through 0, not 180
+    assert np.allclose(full[0], full[-1]) and len(full) > 100
+    assert np.allclose(full[:, 2], 1.0)
