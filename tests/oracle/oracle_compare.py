@@ -784,6 +784,13 @@ def main(argv: Optional[Sequence[str]] = None) -> int:
     ap.add_argument("--verbose", action="store_true",
                     help="name where the largest distances are met on failing drawings")
     ap.add_argument("--failures-only", action="store_true", help="print only the rows that do not pass")
+    # "--tool-args --true-geometry" would read as an option of its own: glue
+    # the value to its option first.
+    argv = list(sys.argv[1:] if argv is None else argv)
+    for i in range(len(argv) - 1):
+        if argv[i] == "--tool-args":
+            argv[i:i + 2] = [f"--tool-args={argv[i + 1]}"]
+            break
     args = ap.parse_args(argv)
     extra = args.tool_args.split()
 
