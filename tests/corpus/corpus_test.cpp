@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -61,17 +60,8 @@ TEST_P(Corpus, GivesItsPinnedOutcome) {
   EXPECT_LT(seconds, 120.0) << d.file;
 }
 
-std::string TestName(const testing::TestParamInfo<PinnedDrawing>& info) {
-  std::string name = "f";
-  name += std::to_string(info.index);
-  name += '_';
-  for (char c : info.param.file) {
-    name += (std::isalnum(static_cast<unsigned char>(c)) != 0) ? c : '_';
-  }
-  return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Files, Corpus, testing::ValuesIn(test::PinnedDrawings()), TestName);
+INSTANTIATE_TEST_SUITE_P(Files, Corpus, testing::ValuesIn(test::PinnedDrawings()),
+                         test::PinnedDrawingName);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(Corpus);
 
 TEST(CorpusPins, EveryManifestDrawingIsPinned) {

@@ -2,7 +2,6 @@
 // pinned text, and each record's layer index names the layer it prints.
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <filesystem>
 #include <string>
 
@@ -47,17 +46,8 @@ TEST_P(CorpusRecords, TextIsThePinnedText) {
       << d.file << ": got " << test::Describe(outcome) << ", pinned " << test::Describe(d.defaults);
 }
 
-std::string TestName(const testing::TestParamInfo<PinnedDrawing>& info) {
-  std::string name = "f";
-  name += std::to_string(info.index);
-  name += '_';
-  for (char c : info.param.file) {
-    name += (std::isalnum(static_cast<unsigned char>(c)) != 0) ? c : '_';
-  }
-  return name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Files, CorpusRecords, testing::ValuesIn(test::PinnedDrawings()), TestName);
+INSTANTIATE_TEST_SUITE_P(Files, CorpusRecords, testing::ValuesIn(test::PinnedDrawings()),
+                         test::PinnedDrawingName);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(CorpusRecords);
 
 }  // namespace

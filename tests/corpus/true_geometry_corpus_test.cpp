@@ -3,7 +3,6 @@
 // failure comes from a reading the mode does not share.
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -55,18 +54,8 @@ TEST_P(CorpusTrueGeometry, ParsesAndFailsAsTheDefaultText) {
   }
 }
 
-std::string TestName(const testing::TestParamInfo<PinnedDrawing>& info) {
-  std::string name = "f";
-  name += std::to_string(info.index);
-  name += '_';
-  for (char c : info.param.file) {
-    name += (std::isalnum(static_cast<unsigned char>(c)) != 0) ? c : '_';
-  }
-  return name;
-}
-
 INSTANTIATE_TEST_SUITE_P(Files, CorpusTrueGeometry, testing::ValuesIn(test::PinnedDrawings()),
-                         TestName);
+                         test::PinnedDrawingName);
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(CorpusTrueGeometry);
 
 }  // namespace

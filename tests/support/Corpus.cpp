@@ -3,6 +3,7 @@
 #include <openssl/evp.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -53,6 +54,14 @@ Outcome OutcomeOf(const std::vector<std::string>& cols) {
 }
 
 }  // namespace
+
+std::string PinnedDrawingName(const testing::TestParamInfo<PinnedDrawing>& info) {
+  std::string name = "f" + std::to_string(info.index) + "_";
+  for (char c : info.param.file) {
+    name += (std::isalnum(static_cast<unsigned char>(c)) != 0) ? c : '_';
+  }
+  return name;
+}
 
 std::vector<PinnedDrawing> PinnedDrawings() {
   std::vector<PinnedDrawing> drawings;

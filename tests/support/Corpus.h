@@ -60,6 +60,10 @@ inline void PrintTo(const PinnedDrawing& d, std::ostream* os) {
 // Every drawing of EXPECTED.tsv, in its order; empty when the file is missing.
 std::vector<PinnedDrawing> PinnedDrawings();
 
+// A test name for a drawing of a parameterised corpus test: its index and its
+// file, with every character that is no letter or digit as "_".
+std::string PinnedDrawingName(const testing::TestParamInfo<PinnedDrawing>& info);
+
 // Lower-case hexadecimal SHA-256 of the bytes.
 std::string Sha256Hex(std::string_view bytes);
 
