@@ -176,6 +176,22 @@ Vessik_CommonData Settings(double tolerance, int32_t check, double arc_max_devia
   return data;
 }
 
+// A binding with the arguments of vessik.read (checked by the Python layer): the
+// parse that make runs without the interpreter's lock, then finish with it.
+template <class Make, class Finish>
+auto Reader(Make make, Finish finish) {
+  return [make, finish](
+             const py::object& path, double tolerance, int32_t check, double arc_max_deviation,
+             double arc_min_segment_length, double arc_max_segment_length, double initial_segments,
+             const py::object& progress, const py::object& max_memory, bool true_geometry) {
+    const std::string file = PathBytes(path);
+    Vessik_CommonData data = Settings(tolerance, check, arc_max_deviation, arc_min_segment_length,
+                                      arc_max_segment_length, initial_segments);
+    return finish(RunParse(progress, max_memory, true_geometry,
+                           [&](Vessik_Progress& p) { return make(file, data, p); }));
+  };
+}
+
 void DefineReading(py::module_& m) {
   py::class_<ParsedDrawing>(m, "_ParsedDrawing", py::buffer_protocol(),
                             "The records and layers of one parse (internal to vessik.Drawing).")
@@ -222,42 +238,25 @@ void DefineReading(py::module_& m) {
           },
           "The SVG picture of the records, as the tool's --svg writes it.");
 
-  m.def(
-      "_read",
-      [](const py::object& path, double tolerance, int32_t check, double arc_max_deviation,
-         double arc_min_segment_length, double arc_max_segment_length, double initial_segments,
-         const py::object& progress, const py::object& max_memory, bool true_geometry) {
-        const std::string file = PathBytes(path);
-        Vessik_CommonData data =
-            Settings(tolerance, check, arc_max_deviation, arc_min_segment_length,
-                     arc_max_segment_length, initial_segments);
-        auto parsed = std::make_unique<ParsedDrawing>();
-        RunParse(progress, max_memory, true_geometry, [&](Vessik_Progress& p) {
-          Vessik_Parser parser;
-          parsed->records = ParseRecords(parser, file, data, p);
-          parsed->layers = parser.Layers();
-          return 0;
-        });
-        return parsed;
-      },
-      "Parses a drawing into its records (internal to vessik.read).");
-  m.def(
-      "_read_text",
-      [](const py::object& path, double tolerance, int32_t check, double arc_max_deviation,
-         double arc_min_segment_length, double arc_max_segment_length, double initial_segments,
-         const py::object& progress, const py::object& max_memory, bool true_geometry) {
-        const std::string file = PathBytes(path);
-        Vessik_CommonData data =
-            Settings(tolerance, check, arc_max_deviation, arc_min_segment_length,
-                     arc_max_segment_length, initial_segments);
-        const std::string text =
-            RunParse(progress, max_memory, true_geometry, [&](Vessik_Progress& p) {
+  m.def("_read",
+        Reader(
+            [](const std::string& file, Vessik_CommonData& data, Vessik_Progress& p) {
+              auto parsed = std::make_unique<ParsedDrawing>();
+              Vessik_Parser parser;
+              parsed->records = ParseRecords(parser, file, data, p);
+              parsed->layers = parser.Layers();
+              return parsed;
+            },
+            [](std::unique_ptr<ParsedDrawing> parsed) { return parsed; }),
+        "Parses a drawing into its records (internal to vessik.read).");
+  m.def("_read_text",
+        Reader(
+            [](const std::string& file, Vessik_CommonData& data, Vessik_Progress& p) {
               Vessik_Parser parser;
               return parser.Parse2(file, data, p);
-            });
-        return Decode(text);
-      },
-      "Parses a drawing into its text (internal to vessik.read_text).");
+            },
+            [](const std::string& text) { return Decode(text); }),
+        "Parses a drawing into its text (internal to vessik.read_text).");
 }
 
 }  // namespace
