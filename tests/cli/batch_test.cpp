@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/ToolFiles.h"
 #include "host/svg/RecordsSvg.h"
 #include "parser/parser.h"
 #include "support/Corpus.h"
@@ -31,18 +32,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-#ifdef VESSIK_CLI_PATH
-constexpr const char* kTool = VESSIK_CLI_PATH;
-#else
-constexpr const char* kTool = nullptr;
-#endif
-
-const std::string kShapes = std::string(VESSIK_EXAMPLES_DIR) + "/shapes.dxf";
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+using test::kShapes;
+using test::kTool;
+using test::ReadFile;
 
 void WriteFile(const fs::path& path, const std::string& bytes) {
   fs::create_directories(path.parent_path());

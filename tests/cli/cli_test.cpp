@@ -18,6 +18,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/ToolFiles.h"
 #include "parser/parser.h"
 #include "support/Corpus.h"
 #include "support/Hostile.h"
@@ -29,18 +30,9 @@ extern char** environ;
 namespace vessik {
 namespace {
 
-#ifdef VESSIK_CLI_PATH
-constexpr const char* kTool = VESSIK_CLI_PATH;
-#else
-constexpr const char* kTool = nullptr;
-#endif
-
-const std::string kShapes = std::string(VESSIK_EXAMPLES_DIR) + "/shapes.dxf";
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
+using test::kShapes;
+using test::kTool;
+using test::ReadFile;
 
 // What one run of a program left behind.
 struct ToolRun {
