@@ -1,9 +1,9 @@
 // Fuzz target: Parse2 on arbitrary bytes, as a host would call it.
 //
 // The input is the drawing file. When its first byte is 0x80 or above, that byte
-// picks the settings and the rest is the file; otherwise the whole input is the
-// file, parsed with the tool's defaults, so that real drawings serve as seeds
-// unchanged. A Vessik_Error is an ordinary end of a parse; any other exception
+// picks the settings and the mode (0x40: true geometry) and the rest is the file;
+// otherwise the whole input is the file, parsed with the tool's defaults in the
+// default mode, so that real drawings serve as seeds unchanged. A Vessik_Error is an ordinary end of a parse; any other exception
 // escaping Parse2, a crash or a sanitizer report is a finding.
 //
 // Each parse runs as a careful host runs it: with a memory budget of 512 MB, so
@@ -102,11 +102,14 @@ class Watchdog {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   vessik::Vessik_CommonData settings = vessik::test::ToolDefaults();
+  bool trueGeometry = false;
   if (size > 0 && data[0] >= 0x80) {
     settings = SettingsFor(data[0]);
+    trueGeometry = (data[0] & 0x40) != 0;
     ++data;
     --size;
   }
+  vessik::SetTrueGeometry(trueGeometry);
   WriteInput(data, size);
 
   vessik::SetMemoryBudget(size_t{512} << 20);
