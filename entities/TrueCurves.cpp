@@ -8,6 +8,7 @@
 #include "entities/RecordText.h"
 #include "parser/ParseLimits.h"
 #include "parser/Vessik_Error.h"
+#include "parser/Vessik_Utils.h"
 
 namespace vessik {
 namespace {
@@ -239,7 +240,10 @@ void TrueSink::Fit(const RecordOwner& owner, const Curve& curve, const std::vect
 template <class Curve>
 void TrueSink::FitPiece(const RecordOwner& owner, const Curve& curve, double a, double b,
                         bool planar, int depth) {
-  if ((++pieces_ & 0xFF) == 0) PollCancel();
+  if ((++pieces_ & 0xFF) == 0) {
+    PumpMessages();
+    PollCancel();
+  }
   const double m = a + (b - a) / 2;
   const Vec3 p0 = curve(a), pm = curve(m), p1 = curve(b);
   if (!Finite(p0) || !Finite(pm) || !Finite(p1)) return;

@@ -55,6 +55,8 @@ class TrueReader {
     const GroupPairTable& pairs = GroupPairs();
     int32_t lastPercent = -1;
     for (int32_t i = begin; i <= end;) {
+      // The host's message loop and its cancel flag, as in the default mode.
+      PumpMessages();
       PollCancel();
       if (pairs.Code(i) != 0) {
         ++i;
