@@ -48,6 +48,7 @@ struct BatchRun {
   BatchProgress& progress;
   uint64_t memoryBudget;
   mode_t fileMode;
+  int32_t curveThreads;
 };
 
 // Converts one drawing and writes its result; returns the rest of its failure line,
@@ -88,6 +89,7 @@ void Work(BatchRun& run, size_t worker) {
   // neither see nor share them.
   SetMemoryBudget(run.memoryBudget);
   SetTrueGeometry(run.options.trueGeometry);
+  SetCurveThreads(run.curveThreads);
   Vessik_Parser parser;
   for (;;) {
     const size_t i = run.next.fetch_add(1);
@@ -125,9 +127,16 @@ int RunBatch(const BatchOptions& options) {
   const size_t workers = std::max<size_t>(1, std::min<size_t>(options.jobs, drawings.size()));
 
   BatchProgress progress(drawings.size(), workers, StandardErrorIsTerminal());
-  BatchRun run{options,      drawings, std::vector<std::string>(drawings.size()),
-               {0},          progress, WorkerBudget(options, workers),
-               NewFileMode()};
+  BatchRun run{options,
+               drawings,
+               std::vector<std::string>(drawings.size()),
+               {0},
+               progress,
+               WorkerBudget(options, workers),
+               NewFileMode(),
+               // With several drawings in flight the cores are busy already; a
+               // lone worker may still fit its curves on all of them.
+               workers > 1 ? 1 : 0};
   std::vector<std::thread> threads;
   threads.reserve(workers);
   for (size_t w = 0; w < workers; ++w) threads.emplace_back(Work, std::ref(run), w);

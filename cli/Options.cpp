@@ -137,6 +137,13 @@ ParseResult ParseCommandLine(int argc, char** argv) {
 
   AddSettingOptions(app, s);
   AddTrueGeometryOption(app, o.trueGeometry);
+  app.add_option("--curve-threads", o.curveThreads,
+                 "Threads that fit splines and ellipses while the drawing is read "
+                 "(0: one per usable core; 1: fit them in turn on the reading thread). "
+                 "The text is the same whatever the number")
+      ->type_name("N")
+      ->capture_default_str()
+      ->check(CLI::Range(0, 256));
 
   try {
     app.parse(argc, argv);

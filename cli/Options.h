@@ -31,6 +31,7 @@ struct Options {
   uint64_t maxMemory = 0;     // bytes; 0 for the library's default
   double timeoutSeconds = 0;  // 0: no limit
   bool trueGeometry = false;
+  int32_t curveThreads = 0;  // 0: one per usable core
   Vessik_CommonData settings;
 };
 

@@ -2,6 +2,7 @@
 // "vessik batch" converts many drawings into files.
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <string>
 
 #include "cli/Batch.h"
@@ -11,11 +12,25 @@
 #include "cli/Options.h"
 #include "cli/Output.h"
 #include "cli/ProgressReport.h"
+#include "cli/TextDestination.h"
 #include "parser/parser.h"
 
 namespace vessik::cli {
 
 namespace {
+
+// Where the records go: to the file or standard output as the parse makes them,
+// or nowhere when only the layers are wanted.
+std::unique_ptr<TextDestination> RecordsDestination(const Options& options) {
+  if (options.layers) return DiscardingDestination();
+  if (options.outputFile.empty()) return StandardOutputDestination();
+  return FileDestination(options.outputFile);
+}
+
+void TimedOut(const Options& options) {
+  std::fprintf(stderr, "vessik: timed out after %g seconds; nothing written\n",
+               options.timeoutSeconds);
+}
 
 int Run(const Options& options) {
   Vessik_Progress progress;
@@ -23,25 +38,45 @@ int Run(const Options& options) {
                         !options.progressValues && StandardErrorIsTerminal());
   SetMemoryBudget(options.maxMemory);
   SetTrueGeometry(options.trueGeometry);
+  SetCurveThreads(options.curveThreads);
   try {
     Vessik_Parser parser;
-    std::string text;
+    if (options.svg) {
+      std::string svg;
+      {
+        Deadline deadline(progress, options.timeoutSeconds);
+        svg = ConvertOne(parser, options.drawing, OutputKind::Svg, options.settings, progress);
+        if (deadline.Expired()) {
+          // The parse saw the cancel and gave the empty text, or ended just then:
+          // either way the time was up, and nothing is written.
+          report.Finish();
+          TimedOut(options);
+          return kTimedOutStatus;
+        }
+      }
+      report.Finish();
+      WriteOutput(svg, options.outputFile);
+      return 0;
+    }
+    std::unique_ptr<TextDestination> out = RecordsDestination(options);
     {
       Deadline deadline(progress, options.timeoutSeconds);
-      text = ConvertOne(parser, options.drawing, options.svg ? OutputKind::Svg : OutputKind::Text,
-                        options.settings, progress);
+      Vessik_CommonData settings = options.settings;
+      const bool whole = parser.Parse2To(options.drawing, &settings, &progress, *out);
       if (deadline.Expired()) {
-        // The parse saw the cancel and gave the empty text, or ended just then:
-        // either way the time was up, and nothing is written.
+        // As above; what reached the destination goes with it.
         report.Finish();
-        std::fprintf(stderr, "vessik: timed out after %g seconds; nothing written\n",
-                     options.timeoutSeconds);
+        TimedOut(options);
         return kTimedOutStatus;
       }
+      if (!whole) out->Restart();
     }
     report.Finish();
-    if (options.layers) text = LayersText(parser.Layers());
-    WriteOutput(text, options.outputFile);
+    if (options.layers) {
+      WriteOutput(LayersText(parser.Layers()), options.outputFile);
+    } else {
+      out->Commit();
+    }
     return 0;
   } catch (...) {
     const Vessik_Error error = CurrentErrorAsVessik();

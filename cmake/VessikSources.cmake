@@ -19,6 +19,7 @@ set(VESSIK_LIBRARY_SOURCES
   parser/Vessik_Types.cpp
   parser/Vessik_Utils.cpp
   entities/AheadPrinter.cpp
+  entities/CurvePool.cpp
   entities/EntityArena.cpp
   entities/EntityFactory.cpp
   entities/RecordText.cpp
@@ -67,4 +68,5 @@ set(VESSIK_PUBLIC_HEADERS
   parser/Vessik_Progress.h
   parser/Vessik_Records.h
   parser/Vessik_Section.h
+  parser/TextSink.h
 )

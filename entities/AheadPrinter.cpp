@@ -39,7 +39,7 @@ namespace vessik {
 
 // The decimal separator may be a setting of each thread there, which a second
 // thread would not see; and the toolchain may have no threads of its own.
-std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t) {
+std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t, TextSink*) {
   return nullptr;
 }
 
@@ -50,6 +50,7 @@ std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t) {
 #include <locale.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <exception>
 #include <mutex>
@@ -73,9 +74,11 @@ class ThreadPrinter : public AheadPrinter {
   void Flush() override;
   int32_t Printed() const override { return printed_.load(std::memory_order_acquire); }
   void WaitFor(int32_t count) override;
+  void CatchUp(int32_t count) override;
   Vessik_Concat TakeText() override;
 
   void Reserve(int64_t bytes) { text_.Reserve(bytes); }
+  void StreamTo(TextSink* sink) { text_.StreamTo(sink); }
   void Run();
 
   std::thread thread_;
@@ -106,9 +109,13 @@ class ThreadPrinter : public AheadPrinter {
 
 }  // namespace
 
-std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t textSizeHint) {
+std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t textSizeHint, TextSink* sink) {
   auto printer = std::make_unique<ThreadPrinter>();
-  if (textSizeHint > 0) printer->Reserve(textSizeHint);
+  if (sink != nullptr) {
+    printer->StreamTo(sink);
+  } else if (textSizeHint > 0) {
+    printer->Reserve(textSizeHint);
+  }
   // Numbers are written with the decimal separator of the calling thread's locale,
   // and the memory and the cancel flag are those of the calling thread's parse.
   locale_t locale = uselocale(static_cast<locale_t>(nullptr));
@@ -151,6 +158,20 @@ void ThreadPrinter::WaitFor(int32_t count) {
   Flush();
   std::unique_lock<std::mutex> lock(mutex_);
   progress_.wait(lock, [&] { return Printed() >= count || failed_.load(); });
+  lock.unlock();
+  RethrowFailure();
+}
+
+void ThreadPrinter::CatchUp(int32_t count) {
+  if (Printed() >= count) return;
+  Flush();
+  std::unique_lock<std::mutex> lock(mutex_);
+  while (!progress_.wait_for(lock, std::chrono::milliseconds(20),
+                             [&] { return Printed() >= count || failed_.load(); })) {
+    lock.unlock();
+    PumpMessages();
+    lock.lock();
+  }
   lock.unlock();
   RethrowFailure();
 }
@@ -214,6 +235,13 @@ void ThreadPrinter::Run() {
           return;
         }
         text_.Truncate(before);
+      }
+      // Between two items the text is whole: a large part of it may go out.
+      try {
+        text_.Drain();
+      } catch (...) {
+        Fail();
+        return;
       }
     }
     // Told once for each batch: a count read on the other side for every item would

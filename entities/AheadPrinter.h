@@ -9,6 +9,7 @@
 #include <memory>
 #include <vector>
 
+#include "parser/TextSink.h"
 #include "parser/Vessik_Concat.h"
 #include "parser/Vessik_Layer.h"
 
@@ -19,8 +20,9 @@ class Vessik_IEntity;
 class AheadPrinter {
  public:
   // A printer with its thread started, or null where no thread can be had (the
-  // items are then printed the usual way).
-  static std::unique_ptr<AheadPrinter> Start(int64_t textSizeHint);
+  // items are then printed the usual way). With a sink, the text goes there as it
+  // is made, and TakeText returns only its last part.
+  static std::unique_ptr<AheadPrinter> Start(int64_t textSizeHint, TextSink* sink = nullptr);
   // Stops the thread; items not printed yet are dropped.
   virtual ~AheadPrinter() = default;
 
@@ -35,6 +37,8 @@ class AheadPrinter {
   virtual int32_t Printed() const = 0;
   // Waits until the first count items are printed.
   virtual void WaitFor(int32_t count) = 0;
+  // The same, keeping the host's messages going meanwhile.
+  virtual void CatchUp(int32_t count) = 0;
   // Waits for every item handed over and returns the text; the thread ends.
   virtual Vessik_Concat TakeText() = 0;
 

@@ -26,6 +26,7 @@ constexpr int64_t kTrimBatch = int64_t{64} << 20;
 
 Vessik_Insert::~Vessik_Insert() {
   printer_.reset();
+  EndCurves();
   if (Entities) {
     for (auto& item : *Entities) item.reset();
     Entities->Clear();
@@ -114,15 +115,27 @@ std::unique_ptr<Vessik_Entities> Vessik_Insert::ReadEntities(
     const std::vector<Vessik_Block>& Blocks, Vessik_Layers& Layers, int Level) {
   auto result = std::make_unique<Vessik_Entities>();
   const bool topLevel = Parent != nullptr && Parent->Parent() == nullptr;
-  // A drawing read to be printed once is printed while it is read.
-  if (topLevel && oneShot_) printer_ = AheadPrinter::Start(textSizeHint_);
+  // A drawing read to be printed once is printed while it is read, and its curves
+  // are fitted on other threads meanwhile.
+  if (topLevel && oneShot_) {
+    printer_ = AheadPrinter::Start(textSizeHint_, sink_);
+    curves_ = CurvePool::Start();
+  }
+  CurvePoolScope poolScope(topLevel ? curves_.get() : CurrentCurvePool());
   try {
     ReadItems(*result, StartLine, EndLine, Parent, Data, Blocks, Layers, Level);
   } catch (...) {
     // The printing thread stops before the items it may be printing go.
     printer_.reset();
+    // So must every fit of these items. A fit submitted before that failed is
+    // the failure that reading one item at a time meets first.
+    std::exception_ptr earlier;
+    if (CurvePool* pool = CurrentCurvePool()) earlier = pool->SettleQuietly();
+    if (topLevel) EndCurves();
+    if (earlier) std::rethrow_exception(earlier);
     throw;
   }
+  if (topLevel) EndCurves();
   if (printer_) {
     HandOver(*result, Layers);
     printer_->Flush();
@@ -130,10 +143,44 @@ std::unique_ptr<Vessik_Entities> Vessik_Insert::ReadEntities(
   return result;
 }
 
+void Vessik_Insert::EndCurves() {
+  curves_.reset();
+  fitsNeeded_.clear();
+  fitsHanded_ = 0;
+}
+
 void Vessik_Insert::HandOver(Vessik_Entities& items, Vessik_Layers& Layers) {
-  while (printer_->Submitted() < items.Count() &&
-         printer_->Submit(items.Item(printer_->Submitted() + 1).get(), Layers)) {
+  // An item goes only once the fits of its curves are done.
+  const int64_t fitted = curves_ ? curves_->Done() : 0;
+  while (printer_->Submitted() < items.Count()) {
+    const bool waits = curves_ && fitsHanded_ < fitsNeeded_.size();
+    if (waits && fitsNeeded_[fitsHanded_] > fitted) return;
+    if (!printer_->Submit(items.Item(printer_->Submitted() + 1).get(), Layers)) return;
+    if (waits && ++fitsHanded_ == fitsNeeded_.size()) {
+      fitsNeeded_.clear();
+      fitsHanded_ = 0;
+    }
   }
+}
+
+void Vessik_Insert::InitItem(Vessik_IEntity& entity, int keyword, Vessik_CommonData* Data) {
+  CurvePool* pool = CurrentCurvePool();
+  if (pool != nullptr && Data != nullptr && IsPooledCurve(keyword)) {
+    pool->Submit(&entity, *Data);
+  } else {
+    entity.Vessik_IEntity_Init(Data);
+  }
+}
+
+bool Vessik_Insert::SettleCurves(Vessik_Entities& result) {
+  if (!curves_) return true;
+  try {
+    curves_->Settle();
+  } catch (const ParseCanceled&) {
+    DropRead(result);
+    return false;
+  }
+  return true;
 }
 
 void Vessik_Insert::ReadItems(Vessik_Entities& result, int32_t StartLine, int32_t EndLine,
@@ -144,6 +191,7 @@ void Vessik_Insert::ReadItems(Vessik_Entities& result, int32_t StartLine, int32_
   const bool topLevel = Parent != nullptr && Parent->Parent() == nullptr;
   int32_t lastPercent = 0;
   int32_t freed = 0;
+  const int64_t readingBase = MemoryUsed();
   int32_t i = StartLine;
   while (i <= EndLine) {
     // Inside a block, a cancel stops the expansion at once; the top level ends its
@@ -158,24 +206,25 @@ void Vessik_Insert::ReadItems(Vessik_Entities& result, int32_t StartLine, int32_
         if (keyword == kInsertKeyword) {
           static_cast<Vessik_Insert*>(entity.get())->ExpandBlock(Data, Blocks, Layers, Level + 1);
         }
-        entity->Vessik_IEntity_Init(Data);
+        InitItem(*entity, keyword, Data);
       } catch (const ParseCanceled&) {
         // Cancelled inside a long item (a fit, an expansion): the item goes
         // unfinished, and the top level ends as after any cancel.
         if (!topLevel) throw;
-        return DropRead(result);
+        if (SettleCurves(result)) DropRead(result);
+        return;
       }
       result.Add(std::move(entity));
+      if (topLevel && curves_ && printer_) fitsNeeded_.push_back(curves_->Submitted());
       if (topLevel && printer_) {
         // With no layer yet, an item would print "NoName" now but the first layer's
         // name once a later item adds one: it waits for the layer, or the end.
         if (!Layers.empty()) HandOver(result, Layers);
         // Items whose text is made are not needed any more.
-        if (result.Count() % 256 == 0) {
-          EntityFreeBatch batch;
-          for (const int32_t printed = printer_->Printed(); freed < printed;) {
-            result.Item(++freed).reset();
-          }
+        if (result.Count() % 256 == 0) FreePrinted(result, freed);
+        if (sink_ != nullptr && ReadTooFarAhead(readingBase)) {
+          printer_->CatchUp(printer_->Submitted());
+          FreePrinted(result, freed);
         }
       }
     }
@@ -184,20 +233,46 @@ void Vessik_Insert::ReadItems(Vessik_Entities& result, int32_t StartLine, int32_
                                     static_cast<double>(EndLine - StartLine) * 50);
       if (percent > lastPercent) {
         if (progress_ == nullptr) RaisePlatformError(errnum::ObjectNotSet);
+        // The host hears of progress only once every item before it is whole, as
+        // when each curve was fitted in turn.
+        if (!SettleCurves(result)) return;
         progress_->DoProgress(RoundToLong(percent / 2.0 + 50));
       }
       if (oneShot_ && percent > lastPercent) GroupPairs().ReleaseRead(StartLine, i);
       lastPercent = percent;
       if (progress_ == nullptr) RaisePlatformError(errnum::ObjectNotSet);
-      if (progress_->IsCanceled()) return DropRead(result);
+      if (progress_->IsCanceled()) {
+        if (SettleCurves(result)) DropRead(result);
+        return;
+      }
     }
     PumpMessages();
     i = i + 1;
   }
+  if (topLevel) (void)SettleCurves(result);
+}
+
+void Vessik_Insert::FreePrinted(Vessik_Entities& result, int32_t& freed) {
+  EntityFreeBatch batch;
+  for (const int32_t printed = printer_->Printed(); freed < printed;) {
+    result.Item(++freed).reset();
+  }
+}
+
+int64_t Vessik_Insert::MemoryUsed() {
+  const ParseLimits* limits = CurrentParseLimits();
+  return limits != nullptr ? limits->Used() : 0;
+}
+
+bool Vessik_Insert::ReadTooFarAhead(int64_t base) {
+  // Streamed, the text no longer piles up, but items read and not yet printed do:
+  // a reference expanded into many items reads far faster than it prints.
+  return printer_->Printed() < printer_->Submitted() && MemoryUsed() - base > kReadAhead;
 }
 
 void Vessik_Insert::DropRead(Vessik_Entities& result) {
   printer_.reset();
+  dropped_ = true;
   // The items read so far go, from the front; clearing them all at once keeps this
   // linear in a large drawing.
   for (auto& item : result) item.reset();
@@ -211,9 +286,18 @@ std::string Vessik_Insert::Vessik_IEntity_ToString(Vessik_Layers& Layers) {
   return buffer.TakeValue();
 }
 
+void Vessik_Insert::WriteText(Vessik_Layers& Layers) {
+  Vessik_Concat text;
+  text.StreamTo(sink_);
+  AppendText(text, Layers);
+  text.Flush();
+}
+
 void Vessik_Insert::TakePrintedText(Vessik_Concat& Text) {
   Vessik_Concat printed = printer_->TakeText();
   printer_.reset();
+  // Streamed, the printed part goes out before anything else is appended.
+  if (sink_ != nullptr) return printed.Flush();
   if (Text.length() == 0) {
     Text = std::move(printed);
   } else {
@@ -271,6 +355,9 @@ void Vessik_Insert::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
           Text.Truncate(before);
         }
       }
+      // A reference lets no failure of its items through, so nothing truncates
+      // the text to before this point: a large part of it may go out.
+      Text.Drain();
       if (oneShot_) {
         Entities->Item(k).reset();
         // The freed objects would stay with the allocator while the text grows

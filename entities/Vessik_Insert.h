@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "entities/AheadPrinter.h"
+#include "entities/CurvePool.h"
 #include "entities/Vessik_IEntity.h"
 #include "entities/Vessik_IParent.h"
 #include "parser/Vessik_Block.h"
@@ -41,6 +42,12 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
   // Room reserved up front for the text. Reserved memory costs nothing until it is
   // written, and regrowing a text of hundreds of megabytes would hold it twice.
   void TextSizeHint(int64_t bytes) { textSizeHint_ = bytes; }
+  // For a drawing whose text goes to a sink as it is made, not into one string.
+  void StreamTo(TextSink* sink) { sink_ = sink; }
+  // Writes the text to the sink given to StreamTo.
+  void WriteText(Vessik_Layers& Layers);
+  // Whether a cancel dropped the items read.
+  bool Dropped() const { return dropped_; }
 
   // Builds the entities of the pairs StartLine to EndLine, with Parent as their
   // parent, expanding every block reference through its block. Level is the
@@ -99,6 +106,20 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
   void HandOver(Vessik_Entities& items, Vessik_Layers& Layers);
   // After a cancel: stops the printing thread and drops the items read so far.
   void DropRead(Vessik_Entities& result);
+  // Builds the item as the reading does (its fit may go to the curve pool).
+  void InitItem(Vessik_IEntity& entity, int keyword, Vessik_CommonData* Data);
+  // Waits for the fits submitted so far. False after a cancel (the items are then
+  // dropped); the first failure of a fit is raised.
+  bool SettleCurves(Vessik_Entities& result);
+  // Stops the curve pool, whose fits are all settled.
+  void EndCurves();
+  // Frees the items printed since the last call; freed counts them.
+  void FreePrinted(Vessik_Entities& result, int32_t& freed);
+  // Memory the running parse holds, and whether the items waiting for the
+  // printing thread took more than kReadAhead of it beyond base.
+  static int64_t MemoryUsed();
+  bool ReadTooFarAhead(int64_t base);
+  static constexpr int64_t kReadAhead = int64_t{32} << 20;
   // Ends the printing thread and puts its text in front of what follows in Text.
   void TakePrintedText(Vessik_Concat& Text);
 
@@ -106,8 +127,18 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
   Vessik_Progress* progress_ = nullptr;
   bool oneShot_ = false;
   int64_t textSizeHint_ = 0;
+  TextSink* sink_ = nullptr;
+  bool dropped_ = false;
   // Set while a drawing read by Parse2 is printed on a second thread.
   std::unique_ptr<AheadPrinter> printer_;
+  // Fits the drawing's curves on other threads while it is read by Parse2; and
+  // for each item read but not yet handed to the printing thread, the fits that
+  // must be done before it is (all those submitted up to its end).
+  // (A queue read from fitsHanded_ on: no allocation for the many references
+  // that never print on their own.)
+  std::unique_ptr<CurvePool> curves_;
+  std::vector<int64_t> fitsNeeded_;
+  size_t fitsHanded_ = 0;
   double x_ = 0, y_ = 0, z_ = 0;
   double xScale_ = 1, yScale_ = 1, zScale_ = 1;
   double rotation_ = 0;

@@ -4,6 +4,7 @@ namespace vessik {
 namespace {
 
 thread_local bool t_trueGeometry = false;
+thread_local int32_t t_curveThreads = 0;
 
 }  // namespace
 
@@ -13,6 +14,18 @@ void SetTrueGeometry(bool on) {
 
 bool TrueGeometry() {
   return t_trueGeometry;
+}
+
+}  // namespace vessik
+
+namespace vessik {
+
+void SetCurveThreads(int32_t count) {
+  t_curveThreads = count < 0 ? 0 : count;
+}
+
+int32_t CurveThreads() {
+  return t_curveThreads;
 }
 
 }  // namespace vessik

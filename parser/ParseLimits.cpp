@@ -27,6 +27,8 @@ void ReturnCredit() noexcept {
 }
 // What this thread's host asked for; 0 for the default.
 thread_local uint64_t budgetSetting = 0;
+// The flag that calls off this thread's work, if any.
+thread_local const std::atomic<bool>* stopFlag = nullptr;
 
 uint64_t PhysicalMemory() noexcept {
 #ifdef _WIN32
@@ -116,6 +118,15 @@ void RefundMemory(size_t bytes) noexcept {
 
 void PollCancel() {
   if (current != nullptr && current->Canceled()) throw ParseCanceled();
+  if (stopFlag != nullptr && stopFlag->load(std::memory_order_relaxed)) throw ParseCanceled();
+}
+
+StopFlagScope::StopFlagScope(const std::atomic<bool>* flag) noexcept : outer_(stopFlag) {
+  stopFlag = flag;
+}
+
+StopFlagScope::~StopFlagScope() {
+  stopFlag = outer_;
 }
 
 void PollCancelWhileLoading() {
@@ -128,6 +139,8 @@ bool InFlightEndsTheParse() {
   try {
     throw;
   } catch (const ParseCanceled&) {
+    return true;
+  } catch (const TextSinkFailed&) {
     return true;
   } catch (...) {
     return InFlightIsOutOfMemory();

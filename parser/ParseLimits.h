@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <memory>
 #include <new>
 #include <vector>
@@ -22,6 +23,13 @@ class Vessik_Progress;
 // failure: Parse2 turns it into the empty text, as it does a cancel seen between
 // two top-level items.
 struct ParseCanceled {};
+
+// Thrown when the text going to a sink can not go on: the sink failed (its failure
+// is kept), or text already handed over would have to be taken back. No item may
+// leave itself out for it; Parse2 ends with the kept failure.
+struct TextSinkFailed {
+  std::exception_ptr failure;
+};
 
 class ParseLimits {
  public:
@@ -75,14 +83,28 @@ inline constexpr size_t kChargeSlice = size_t{64} << 10;
 void ChargeMemory(size_t bytes);
 void RefundMemory(size_t bytes) noexcept;
 
-// Raises ParseCanceled when the current parse was asked to stop.
+// Raises ParseCanceled when the current parse was asked to stop, or when the work
+// of this thread was called off (see StopFlagScope).
 void PollCancel();
+
+// While one lives, the cancel polls of this thread also stop the work under way
+// once the flag is set: a worker whose result is no longer wanted ends early.
+class StopFlagScope {
+ public:
+  explicit StopFlagScope(const std::atomic<bool>* flag) noexcept;
+  ~StopFlagScope();
+  StopFlagScope(const StopFlagScope&) = delete;
+  StopFlagScope& operator=(const StopFlagScope&) = delete;
+
+ private:
+  const std::atomic<bool>* outer_;
+};
 // The same, for the stages before the entities: a cancel that was already set
 // when the parse began is left to the first top-level item.
 void PollCancelWhileLoading();
 
 // Whether the exception in flight ends the whole parse however it is caught: a
-// cancel, or memory that runs out. Call only inside a catch block.
+// cancel, memory that runs out, or a text sink that failed. Call only inside a catch block.
 bool InFlightEndsTheParse();
 
 // The budget a parse gets when its thread set none: half of the physical memory,

@@ -4,6 +4,7 @@
 
 #include "parser/LargeMemory.h"
 #include "parser/ParseLimits.h"
+#include "parser/Vessik_Error.h"
 
 namespace vessik {
 
@@ -12,7 +13,10 @@ Vessik_Concat::~Vessik_Concat() {
 }
 
 Vessik_Concat::Vessik_Concat(Vessik_Concat&& other) noexcept
-    : buffer_(std::move(other.buffer_)), charged_(std::exchange(other.charged_, 0)) {
+    : buffer_(std::move(other.buffer_)),
+      sink_(std::exchange(other.sink_, nullptr)),
+      handedOver_(std::exchange(other.handedOver_, 0)),
+      charged_(std::exchange(other.charged_, 0)) {
   other.buffer_ = std::string();
 }
 
@@ -21,6 +25,8 @@ Vessik_Concat& Vessik_Concat::operator=(Vessik_Concat&& other) noexcept {
     RefundMemory(charged_);
     buffer_ = std::move(other.buffer_);
     other.buffer_ = std::string();
+    sink_ = std::exchange(other.sink_, nullptr);
+    handedOver_ = std::exchange(other.handedOver_, 0);
     charged_ = std::exchange(other.charged_, 0);
   }
   return *this;
@@ -42,6 +48,29 @@ void Vessik_Concat::Reserve(int64_t bytes) {
   }
   buffer_.reserve(wanted);
   if (buffer_.capacity() >= (size_t{8} << 20)) AdviseHugePages(buffer_.data(), buffer_.capacity());
+}
+
+void Vessik_Concat::Truncate(int64_t length) {
+  // Text handed over can not be taken back; the callers never ask it.
+  if (length < handedOver_) {
+    try {
+      RaisePlatformError(errnum::InvalidProcedureCall);
+    } catch (...) {
+      throw TextSinkFailed{std::current_exception()};
+    }
+  }
+  buffer_.resize(static_cast<size_t>(length - handedOver_));
+}
+
+void Vessik_Concat::Flush() {
+  if (sink_ == nullptr || buffer_.empty()) return;
+  try {
+    sink_->Write(buffer_);
+  } catch (...) {
+    throw TextSinkFailed{std::current_exception()};
+  }
+  handedOver_ += static_cast<int64_t>(buffer_.size());
+  buffer_.clear();
 }
 
 std::string Vessik_Concat::TakeValue() {

@@ -37,4 +37,13 @@ void SetTrueGeometry(bool on);
 /// Whether the parses on this thread use the true-geometry mode.
 bool TrueGeometry();
 
+/// Sets how many threads fit the splines and ellipses of a parse on this thread
+/// while the reading goes on: 0 (the default) one per processor the process may
+/// use, 1 none (each curve is fitted by the reading thread as it is read). The
+/// text, progress, cancel and failures are the same for every count.
+void SetCurveThreads(int32_t count);
+
+/// The count set for the parses on this thread.
+int32_t CurveThreads();
+
 }  // namespace vessik

@@ -51,6 +51,17 @@ void Vessik_Parser::SetLayers(Vessik_Layers& layers) {
 
 std::string Vessik_Parser::Parse2(const std::string& TheFile, Vessik_CommonData* Data,
                                   Vessik_Progress* Progress) {
+  return Parse(TheFile, Data, Progress, nullptr);
+}
+
+bool Vessik_Parser::Parse2To(const std::string& TheFile, Vessik_CommonData* Data,
+                             Vessik_Progress* Progress, TextSink& Sink) {
+  (void)Parse(TheFile, Data, Progress, &Sink);
+  return !canceled_;
+}
+
+std::string Vessik_Parser::Parse(const std::string& TheFile, Vessik_CommonData* Data,
+                                 Vessik_Progress* Progress, TextSink* Sink) {
   // A parser holds one drawing: started again from its own progress handler, it
   // would pull the layers and the tree from under the parse that is running.
   if (busy_) RaisePlatformError(errnum::InvalidProcedureCall);
@@ -60,21 +71,25 @@ std::string Vessik_Parser::Parse2(const std::string& TheFile, Vessik_CommonData*
   thread_local int running = 0;
   struct Nesting {
     bool& busy;
+    TextSink*& sink;
     std::optional<GroupPairTable> outer;
-    explicit Nesting(bool& b) : busy(b) {
+    Nesting(bool& b, TextSink*& s, TextSink* wanted) : busy(b), sink(s) {
       if (running > 0) {
         outer.emplace(std::move(GroupPairs()));
         GroupPairs().Clear();
       }
       ++running;
       busy = true;
+      sink = wanted;
     }
     ~Nesting() {
       busy = false;
+      sink = nullptr;
       --running;
       if (outer) GroupPairs() = std::move(*outer);
     }
-  } nesting(busy_);
+  } nesting(busy_, sink_, Sink);
+  canceled_ = false;
   // The memory kept for entity objects goes back when the parse ends, however.
   struct FreeKept {
     ~FreeKept() { FreeKeptEntityChunks(); }
@@ -87,9 +102,18 @@ std::string Vessik_Parser::Parse2(const std::string& TheFile, Vessik_CommonData*
   } catch (const ParseCanceled&) {
     // Stopped inside a stage rather than between two top-level items: the result
     // is the same empty text.
+    canceled_ = true;
     root_.reset();
     GroupPairs().Clear();
     return std::string();
+  } catch (const TextSinkFailed& f) {
+    root_.reset();
+    GroupPairs().Clear();
+    try {
+      std::rethrow_exception(f.failure);
+    } catch (const std::bad_alloc&) {
+      RaisePlatformError(errnum::OutOfMemory);
+    }
   } catch (...) {
     if (!InFlightIsOutOfMemory()) throw;
     // A drawing too large for the memory at hand ends like any other failure.
@@ -110,7 +134,9 @@ std::string Vessik_Parser::RunStages(const std::string& TheFile, Vessik_CommonDa
   if (TrueGeometry()) {
     std::string text = TrueGeometryText(sections, blocks, layers_, Data, Progress);
     GroupPairs().Clear();
-    return text;
+    if (sink_ == nullptr) return text;
+    sink_->Write(text);
+    return std::string();
   }
   oneShot_ = true;
   try {
@@ -124,7 +150,13 @@ std::string Vessik_Parser::RunStages(const std::string& TheFile, Vessik_CommonDa
   // before the text is made.
   GroupPairs().Clear();
   if (!root_) RaisePlatformError(errnum::ObjectNotSet);
-  std::string m = root_->Vessik_IEntity_ToString(layers_);
+  std::string m;
+  if (sink_ != nullptr) {
+    root_->WriteText(layers_);
+    canceled_ = root_->Dropped();
+  } else {
+    m = root_->Vessik_IEntity_ToString(layers_);
+  }
   root_->Vessik_IEntity_Release();
   // The drawing is freed here rather than at the next parse.
   root_.reset();
@@ -248,6 +280,7 @@ std::unique_ptr<Vessik_Insert> Vessik_Parser::ParseEntities(
   auto root = std::make_unique<Vessik_Insert>();
   root->Progress(Progress);
   root->OneShot(oneShot_);
+  root->StreamTo(sink_);
   if (oneShot_) root->TextSizeHint(static_cast<int64_t>(GroupPairs().ByteCount()) * 2);
   // Entities look their layers and blocks up by name: hashed while this reads.
   LayerLookup layerLookup(Layers);

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "TextSink.h"
 #include "Vessik_Block.h"
 #include "Vessik_CommonData.h"
 #include "Vessik_Layer.h"
@@ -36,6 +37,14 @@ class Vessik_Parser {
     return Parse2(TheFile, &Data, &Progress);
   }
 
+  /// Parse2 with the text handed to the sink piece by piece as it is made, instead
+  /// of returned whole: the same bytes, in the same order, and the same failures,
+  /// which may come after part of the text went out. A failure raised by the sink
+  /// ends the parse with it. False when the host cancelled: the text is then the
+  /// empty one, whatever reached the sink.
+  bool Parse2To(const std::string& TheFile, Vessik_CommonData* Data, Vessik_Progress* Progress,
+                TextSink& Sink);
+
   /// A copy of the layer array of the last parse; the layers in it are the
   /// parser's own objects.
   Vessik_Layers Layers() const { return layers_; }
@@ -60,6 +69,9 @@ class Vessik_Parser {
 
  private:
   void SetLayers(Vessik_Layers& layers);
+  // Parse2, with the text going to the sink when there is one.
+  std::string Parse(const std::string& TheFile, Vessik_CommonData* Data, Vessik_Progress* Progress,
+                    TextSink* Sink);
   std::string RunStages(const std::string& TheFile, Vessik_CommonData* Data,
                         Vessik_Progress* Progress);
 
@@ -69,6 +81,10 @@ class Vessik_Parser {
   bool oneShot_ = false;
   // Set while Parse2 runs.
   bool busy_ = false;
+  // Where the text of the parse under way goes, if not into the returned string;
+  // and whether that parse was cancelled.
+  TextSink* sink_ = nullptr;
+  bool canceled_ = false;
 };
 
 }  // namespace vessik

@@ -8,6 +8,7 @@
 //   std::string text = parser.Parse2("part.dxf", data, progress);
 #pragma once
 
+#include "TextSink.h"
 #include "Vessik_Color.h"
 #include "Vessik_CommonData.h"
 #include "Vessik_Error.h"

@@ -411,6 +411,12 @@ class Canceled(Exception):
         "back to the default text (False).");
   m.def("TrueGeometry", &TrueGeometry,
         "Whether Parse2 on this thread uses the true-geometry mode.");
+  m.def("SetCurveThreads", &SetCurveThreads, py::arg("count"),
+        "Sets how many threads fit the splines and ellipses of a parse on this thread: 0 "
+        "(the default) one per processor, 1 none besides the reading one. The text is the "
+        "same for every count.");
+  m.def("CurveThreads", &CurveThreads,
+        "How many threads fit the curves of a parse on this thread (0: one per processor).");
   m.def("SetMessageBoxHook", &SetMessageBox, py::arg("hook"),
         "Sets the callable that shows the message of a failed load on this thread (None "
         "removes it).");

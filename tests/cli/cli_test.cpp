@@ -63,13 +63,13 @@ class TempDir {
   std::string path_;
 };
 
-// Runs the tool with the arguments, standard output and error going to files.
-ToolRun RunTool(const std::vector<std::string>& args) {
+// Runs the program with the arguments, standard output and error going to files.
+ToolRun RunProgram(const char* program, const std::vector<std::string>& args) {
   ToolRun run;
   TempDir dir;
   const std::string outPath = dir.File("stdout");
   const std::string errPath = dir.File("stderr");
-  std::vector<std::string> argv{kTool};
+  std::vector<std::string> argv{program};
   argv.insert(argv.end(), args.begin(), args.end());
   std::vector<char*> cargv;
   for (auto& a : argv) cargv.push_back(a.data());
@@ -83,10 +83,10 @@ ToolRun RunTool(const std::vector<std::string>& args) {
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(),
                                    O_WRONLY | O_CREAT | O_TRUNC, 0644);
   pid_t pid = 0;
-  const int rc = ::posix_spawn(&pid, kTool, &actions, nullptr, cargv.data(), environ);
+  const int rc = ::posix_spawnp(&pid, program, &actions, nullptr, cargv.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   if (rc != 0) {
-    ADD_FAILURE() << "cannot start " << kTool;
+    ADD_FAILURE() << "cannot start " << program;
     return run;
   }
   int status = 0;
@@ -98,6 +98,26 @@ ToolRun RunTool(const std::vector<std::string>& args) {
   run.out = ReadFile(outPath);
   run.err = ReadFile(errPath);
   return run;
+}
+
+ToolRun RunTool(const std::vector<std::string>& args) {
+  return RunProgram(kTool, args);
+}
+
+// The tool's peak memory in KB for these arguments, or -1. A child started from
+// this process counts this process's peak as its own; one started from a small
+// interpreter counts the interpreter's few megabytes.
+long ToolPeakKb(const std::vector<std::string>& args) {
+  std::vector<std::string> argv{"-c",
+                                "import resource, subprocess, sys\n"
+                                "r = subprocess.run(sys.argv[1:])\n"
+                                "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss "
+                                "if r.returncode == 0 else -1)\n",
+                                kTool};
+  argv.insert(argv.end(), args.begin(), args.end());
+  const ToolRun run = RunProgram("python3", argv);
+  if (run.exitStatus != 0 || run.out.empty()) return -1;
+  return std::stol(run.out);
 }
 
 // The failure line as the tool must write it.
@@ -395,33 +415,185 @@ TEST_F(CliTest, UnwritableOutputFileFails) {
   EXPECT_EQ(run.err, ErrorLine(75, "Path/File access error"));
 }
 
+// Megabytes of lines, which the tool hands on as it goes, and then a reference to
+// 2^29 lines through 30 levels of blocks that each hold the next twice: the
+// memory runs out while they are read.
+std::string LinesThenDoublingBlocks() {
+  std::vector<std::pair<int, std::string>> entities;
+  for (int i = 0; i < 30000; ++i) {
+    const std::string x = std::to_string(i);
+    entities.insert(entities.end(), {{0, "LINE"}, {8, "0"}, {10, x}, {11, x}, {21, "1"}});
+  }
+  entities.insert(entities.end(), {{0, "INSERT"}, {8, "0"}, {2, "B0"}});
+  std::vector<std::pair<int, std::string>> blocks;
+  for (int k = 0; k < 30; ++k) {
+    blocks.insert(blocks.end(), {{0, "BLOCK"}, {2, "B" + std::to_string(k)}, {10, "0"}});
+    if (k + 1 == 30) {
+      blocks.insert(blocks.end(), {{0, "LINE"}, {8, "0"}, {11, "1"}, {21, "1"}});
+    } else {
+      for (int copy = 0; copy < 2; ++copy)
+        blocks.insert(blocks.end(), {{0, "INSERT"}, {8, "0"}, {2, "B" + std::to_string(k + 1)}});
+    }
+    blocks.push_back({0, "ENDBLK"});
+  }
+  return test::Drawing(entities, {}, blocks);
+}
+
+// The text that went out before the failure goes nowhere: not to standard output,
+// and no file appears, nor any temporary one beside it.
+void ExpectNothingWritten(const ToolRun& run, int32_t number, const std::string& words) {
+  EXPECT_EQ(run.exitStatus, 1);
+  EXPECT_TRUE(run.out.empty()) << run.out.size() << " bytes written";
+  EXPECT_EQ(run.err, ErrorLine(number, words));
+}
+
+TEST_F(CliTest, BudgetRunningOutAfterTextWentOutWritesNothing) {
+  test::TempFile f(LinesThenDoublingBlocks());
+  TempDir dir;
+  const std::string out = dir.File("out.txt");
+  ExpectNothingWritten(RunTool({"--max-memory", "100M", f.Path()}), 7, "Out of memory");
+  ExpectNothingWritten(RunTool({"--max-memory", "100M", "-o", out, f.Path()}), 7, "Out of memory");
+  EXPECT_TRUE(std::filesystem::is_empty(dir.File("")));
+}
+
 #if !defined(__SANITIZE_ADDRESS__)
 // The address sanitizer reserves far more address space than any cap allows, so
-// this runs in builds without it. Four arcs of radius 1.6e6 under a slanted
-// extrusion are cut into about four million segments, some 400 MB of text: with
-// the tool's address space capped at 600 MB the memory runs out while printing.
-// The tool must fail with 7 and write nothing, not hand over the arcs that fit.
-TEST_F(CliTest, MemoryRunningOutWhilePrintingFailsTheParse) {
-  std::vector<std::pair<int, std::string>> arcs;
-  for (const char* id : {"A", "B", "C", "D"}) {
-    const std::vector<std::pair<int, std::string>> arc{
-        {0, "ARC"},    {5, id},   {8, "0"},    {10, "0"},    {20, "0"},  {30, "0"},
-        {40, "1.6e6"}, {50, "0"}, {51, "359"}, {210, "0.6"}, {220, "0"}, {230, "0.8"}};
-    arcs.insert(arcs.end(), arc.begin(), arc.end());
-  }
-  test::TempFile f(test::Drawing(arcs));
+// this runs in builds without it. With the address space capped at 600 MB the
+// allocator itself fails, well within the default budget.
+TEST_F(CliTest, MemoryRunningOutAfterTextWentOutWritesNothing) {
+  test::TempFile f(LinesThenDoublingBlocks());
+  TempDir dir;
+  const std::string out = dir.File("out.txt");
   rlimit saved{};
   ASSERT_EQ(::getrlimit(RLIMIT_AS, &saved), 0);
   rlimit capped = saved;
   capped.rlim_cur = 600ull << 20;
   ASSERT_EQ(::setrlimit(RLIMIT_AS, &capped), 0);
-  ToolRun run = RunTool({f.Path()});
+  // What the tool wrote is small enough to be read under the cap.
+  const ToolRun toStdout = RunTool({f.Path()});
+  const ToolRun toFile = RunTool({"-o", out, f.Path()});
   ASSERT_EQ(::setrlimit(RLIMIT_AS, &saved), 0);
-  EXPECT_EQ(run.exitStatus, 1);
-  EXPECT_EQ(run.out, "");
-  EXPECT_EQ(run.err, ErrorLine(7, "Out of memory"));
+  ExpectNothingWritten(toStdout, 7, "Out of memory");
+  ExpectNothingWritten(toFile, 7, "Out of memory");
+  EXPECT_TRUE(std::filesystem::is_empty(dir.File("")));
 }
 #endif
+
+// Tens of megabytes of text from a small drawing: a block of 1000 lines placed
+// the given number of times.
+std::string ManyPlacedLines(int placements) {
+  std::vector<std::pair<int, std::string>> block{{0, "BLOCK"}, {2, "ROW"}, {10, "0"}};
+  for (int i = 0; i < 1000; ++i) {
+    const std::string x = std::to_string(i);
+    block.insert(block.end(), {{0, "LINE"}, {8, "0"}, {10, x}, {11, x}, {21, "7.25"}});
+  }
+  block.push_back({0, "ENDBLK"});
+  std::vector<std::pair<int, std::string>> entities;
+  for (int i = 0; i < placements; ++i) {
+    entities.insert(entities.end(), {{0, "INSERT"}, {8, "0"}, {2, "ROW"}, {20, std::to_string(i)}});
+  }
+  return test::Drawing(entities, {}, block);
+}
+
+TEST_F(CliTest, LargeTextReachesStandardOutputAndFileWhole) {
+  test::TempFile f(ManyPlacedLines(800));
+  const ToolRun expected = Expected(f.Path(), test::ToolDefaults());
+  // More than the tool holds in memory for standard output before it spills.
+  ASSERT_GT(expected.out.size(), size_t{32} << 20);
+  TempDir dir;
+  const std::string out = dir.File("out.txt");
+  const ToolRun toFile = RunTool({"-o", out, f.Path()});
+  EXPECT_EQ(toFile.exitStatus, 0);
+  EXPECT_TRUE(ReadFile(out) == expected.out);
+  const ToolRun run = RunTool({f.Path()});
+  EXPECT_EQ(run.exitStatus, 0);
+  EXPECT_EQ(run.err, "");
+  EXPECT_EQ(run.out.size(), expected.out.size());
+  EXPECT_TRUE(run.out == expected.out);
+}
+
+#if !defined(__SANITIZE_ADDRESS__)
+TEST_F(CliTest, PeakMemoryDoesNotGrowWithTheText) {
+  // 44 MB and 134 MB of text from two small drawings.
+  TempDir dir;
+  long peakKb[2] = {0, 0};
+  const int placements[2] = {800, 2400};
+  for (int k = 0; k < 2; ++k) {
+    test::TempFile f(ManyPlacedLines(placements[k]));
+    peakKb[k] = ToolPeakKb({"-o", dir.File("out.txt"), f.Path()});
+    EXPECT_GT(std::filesystem::file_size(dir.File("out.txt")), placements[k] * 50000u);
+  }
+  std::printf("peak of the tool for 44 and 134 MB of text: %ld and %ld KB\n", peakKb[0], peakKb[1]);
+  EXPECT_GT(peakKb[0], 0);
+  EXPECT_LT(peakKb[1], 100L << 10);
+  EXPECT_LT(peakKb[1], peakKb[0] + (16L << 10));
+}
+#endif
+
+TEST_F(CliTest, SpillFileThatCanNotBeMadeFailsTheParse) {
+  // Standard output holds 16 MB in memory; beyond, the text needs a temporary file
+  // in TMPDIR. Without one the parse fails with 75, and nothing is written.
+  test::TempFile f(ManyPlacedLines(400));
+  const ToolRun run = RunProgram("env", {"TMPDIR=/nonexistent/vessik", kTool, f.Path()});
+  ExpectNothingWritten(run, 75, "Path/File access error");
+}
+
+TEST_F(CliTest, FailedParseLeavesTheFileAsItWas) {
+  TempDir dir;
+  const std::string out = dir.File("out.txt");
+  { std::ofstream(out) << "kept"; }
+  test::TempFile f(LinesThenDoublingBlocks());
+  ExpectNothingWritten(RunTool({"--max-memory", "100M", "-o", out, f.Path()}), 7, "Out of memory");
+  EXPECT_EQ(ReadFile(out), "kept");
+  // Only the file itself is there: the temporary text went with the failure.
+  int entries = 0;
+  for (const auto& e : std::filesystem::directory_iterator(dir.File(""))) {
+    (void)e;
+    ++entries;
+  }
+  EXPECT_EQ(entries, 1);
+}
+
+TEST_F(CliTest, SuccessfulParseReplacesTheFileWithUsualRights) {
+  TempDir dir;
+  const std::string out = dir.File("out.txt");
+  { std::ofstream(out) << "old text that is longer than nothing"; }
+  const ToolRun run = RunTool({"-o", out, kShapes});
+  EXPECT_EQ(run.exitStatus, 0);
+  EXPECT_TRUE(ReadFile(out) == Expected(kShapes, test::ToolDefaults()).out);
+  // The temporary file is made for its owner alone; the result is readable as any
+  // file the tool makes.
+  const mode_t mask = ::umask(0);
+  ::umask(mask);
+  struct stat st {};
+  ASSERT_EQ(::stat(out.c_str(), &st), 0);
+  EXPECT_EQ(st.st_mode & 0777, 0666 & ~mask);
+}
+
+TEST_F(CliTest, DeviceAsOutputIsWrittenDirectly) {
+  const ToolRun run = RunTool({"-o", "/dev/null", kShapes});
+  EXPECT_EQ(run.exitStatus, 0);
+  EXPECT_EQ(run.out, "");
+  EXPECT_EQ(run.err, "");
+}
+
+TEST_F(CliTest, CurveThreadsChangeNothingInTheText) {
+  // The example holds a spline and an ellipse among its shapes.
+  const std::string& drawing = kShapes;
+  const ToolRun expected = Expected(drawing, test::ToolDefaults());
+  ASSERT_EQ(expected.exitStatus, 0);
+  for (const char* threads : {"0", "1", "2", "5"}) {
+    const ToolRun run = RunTool({"--curve-threads", threads, drawing});
+    EXPECT_EQ(run.exitStatus, 0) << threads;
+    EXPECT_TRUE(run.out == expected.out) << threads;
+  }
+  for (const char* bad : {"-1", "257", "two", ""}) {
+    const ToolRun run = RunTool({"--curve-threads", bad, drawing});
+    EXPECT_GT(run.exitStatus, 100) << bad;
+    EXPECT_EQ(run.out, "") << bad;
+    EXPECT_NE(run.err.find("--curve-threads"), std::string::npos) << bad;
+  }
+}
 
 TEST_F(CliTest, FullDeviceAsOutputFails) {
   ToolRun run = RunTool({"-o", "/dev/full", kShapes});
@@ -594,7 +766,7 @@ TEST_F(CliTest, HelpNamesEveryOption) {
   for (const char* flag :
        {"--tolerance", "--check", "--arc-max-deviation", "--arc-min-segment-length",
         "--arc-max-segment-length", "--initial-segments", "--layers", "--progress-values",
-        "--output", "--max-memory", "--timeout", "DRAWING"}) {
+        "--output", "--max-memory", "--timeout", "--curve-threads", "DRAWING"}) {
     EXPECT_NE(run.out.find(flag), std::string::npos) << flag;
   }
 }

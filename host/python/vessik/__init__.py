@@ -26,9 +26,11 @@ from typing import Callable, Iterator, List, NamedTuple, Optional, Union
 from ._vessik import (
     ERRORS,
     Canceled,
+    CurveThreads,
     MemoryBudget,
     SetMemoryBudget,
     SetMessageBoxHook,
+    SetCurveThreads,
     SetPumpHook,
     SetTrueGeometry,
     TrueGeometry,
@@ -43,8 +45,9 @@ from ._vessik import (
 )
 
 __all__ = [
-    "ARC", "CIRCLE", "Canceled", "Drawing", "ERRORS", "Layer", "MemoryBudget", "RECORD_FIELDS",
-    "Record", "SEGMENT", "SetMemoryBudget", "SetMessageBoxHook", "SetPumpHook", "SetTrueGeometry", "TrueGeometry", "Vessik_Color",
+    "ARC", "CIRCLE", "Canceled", "CurveThreads", "Drawing", "ERRORS", "Layer", "MemoryBudget",
+    "RECORD_FIELDS", "Record", "SEGMENT", "SetCurveThreads", "SetMemoryBudget",
+    "SetMessageBoxHook", "SetPumpHook", "SetTrueGeometry", "TrueGeometry", "Vessik_Color",
     "Vessik_CommonData", "Vessik_Layer", "Vessik_Parser", "Vessik_Progress", "VessikError",
     "read", "read_text",
 ]
