@@ -20,7 +20,7 @@ if [ ! -x "$tool" ]; then
   echo "error: $tool not found; build the release preset first" >&2
   exit 1
 fi
-for pkg in libdime-dev hyperfine; do
+for pkg in libdime-dev hyperfine time; do
   if [ "$(dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null)" != "install ok installed" ]; then
     sudo_cmd=()
     [ "$(id -u)" -eq 0 ] || sudo_cmd=(sudo)
@@ -48,10 +48,11 @@ print("median: dime %.3f s, vessik %.3f s, vessik / dime = %.2f" % (dime, tool, 
 PY
 /usr/bin/time -f "vessik peak memory: %M KB" "$tool" -o "$out/out.txt" "$mixed"
 
-echo "== $(basename "$splines"): 2,000 cubic splines, tolerance 0.01"
-hyperfine -N -w 1 -r 5 --export-json "$out/splines.json" "$tool -o $out/out.txt $splines"
+echo "== $(basename "$splines"): 2,000 cubic splines, tolerance 0.01, on one core and on all"
+hyperfine -N -w 1 -r 5 --export-json "$out/splines.json" \
+  "taskset -c 0 $tool -o $out/out.txt $splines" "$tool -o $out/out.txt $splines"
 python3 - "$out/splines.json" <<'PY'
 import json, sys
-median = json.load(open(sys.argv[1]))["results"][0]["median"]
-print("median %.3f s: %.0f splines/s" % (median, 2000 / median))
+for r, cores in zip(json.load(open(sys.argv[1]))["results"], ("one core", "all cores")):
+    print("%s: median %.3f s, %.0f splines/s" % (cores, r["median"], 2000 / r["median"]))
 PY

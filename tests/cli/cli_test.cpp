@@ -104,6 +104,7 @@ ToolRun RunTool(const std::vector<std::string>& args) {
   return RunProgram(kTool, args);
 }
 
+#if !defined(__SANITIZE_ADDRESS__)
 // The tool's peak memory in KB for these arguments, or -1. A child started from
 // this process counts this process's peak as its own; one started from a small
 // interpreter counts the interpreter's few megabytes.
@@ -119,6 +120,7 @@ long ToolPeakKb(const std::vector<std::string>& args) {
   if (run.exitStatus != 0 || run.out.empty()) return -1;
   return std::stol(run.out);
 }
+#endif
 
 // The failure line as the tool must write it.
 std::string ErrorLine(int32_t number, const std::string& description) {
