@@ -179,14 +179,12 @@ void ThreadCurvePool::Submit(Vessik_IEntity* item, const Vessik_CommonData& sett
 
 void ThreadCurvePool::Work() {
   for (;;) {
-    int64_t n;
     Job* job;
     {
       std::unique_lock<std::mutex> lock(mutex_);
       wake_.wait(lock, [&] { return stopping_ || taken_ < submitted_; });
       if (stopping_) return;
-      n = ++taken_;
-      job = &Slot(n);
+      job = &Slot(++taken_);
     }
     std::exception_ptr failure;
     // After a failure further fits would be thrown away: they are skipped.
@@ -203,7 +201,6 @@ void ThreadCurvePool::Work() {
       job->finished = true;
       ++finished_;
       Advance();
-      (void)n;
     }
     settled_.notify_all();
   }
