@@ -13,7 +13,7 @@ set(VESSIK_LIBRARY_SOURCES
   parser/Vessik_Error.cpp
   parser/Vessik_Layer.cpp
   parser/Vessik_Parser.cpp
-  parser/GeometryMode.cpp
+  parser/ThreadSettings.cpp
   parser/Vessik_Progress.cpp
   parser/Vessik_Records.cpp
   parser/Vessik_Types.cpp

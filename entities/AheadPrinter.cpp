@@ -50,7 +50,6 @@ std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t, TextSink*) {
 #include <locale.h>
 
 #include <atomic>
-#include <chrono>
 #include <condition_variable>
 #include <exception>
 #include <mutex>
@@ -63,6 +62,7 @@ std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t, TextSink*) {
 #include "entities/RecordText.h"
 #include "entities/Vessik_IEntity.h"
 #include "parser/ParseLimits.h"
+#include "parser/PumpingWait.h"
 #include "parser/Vessik_Utils.h"
 
 namespace vessik {
@@ -166,12 +166,7 @@ void ThreadPrinter::CatchUp(int32_t count) {
   if (Printed() >= count) return;
   Flush();
   std::unique_lock<std::mutex> lock(mutex_);
-  while (!progress_.wait_for(lock, std::chrono::milliseconds(20),
-                             [&] { return Printed() >= count || failed_.load(); })) {
-    lock.unlock();
-    PumpMessages();
-    lock.lock();
-  }
+  WaitPumping(progress_, lock, [&] { return Printed() >= count || failed_.load(); });
   lock.unlock();
   RethrowFailure();
 }

@@ -47,7 +47,6 @@ std::unique_ptr<CurvePool> CurvePool::Start() {
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <system_error>
@@ -57,6 +56,7 @@ std::unique_ptr<CurvePool> CurvePool::Start() {
 #include "entities/RecordText.h"
 #include "entities/Vessik_IEntity.h"
 #include "parser/ParseLimits.h"
+#include "parser/PumpingWait.h"
 #include "parser/Vessik_Hooks.h"
 #include "parser/Vessik_Utils.h"
 
@@ -66,8 +66,6 @@ namespace {
 // Fits outstanding at once. Enough to keep every worker busy behind a reading
 // that meets its curves in bursts; the queue is a fixed ring of this many jobs.
 constexpr int64_t kWindow = 1024;
-// How often a waiting reading thread lets the host's messages run.
-constexpr auto kPumpInterval = std::chrono::milliseconds(20);
 
 struct Job {
   Vessik_IEntity* item = nullptr;
@@ -95,10 +93,6 @@ class ThreadCurvePool : public CurvePool {
   // Under mutex_: counts the finished jobs at the front as done, up to the first
   // failure.
   void Advance();
-  // Waits, letting the host's messages run, until the condition holds.
-  template <class Condition>
-  void WaitPumping(std::unique_lock<std::mutex>& lock, Condition condition);
-
   const unsigned workerCount_;
   std::vector<std::thread> workers_;
   // Fitting on the reading thread after the workers could not be started.
@@ -164,7 +158,7 @@ void ThreadCurvePool::Submit(Vessik_IEntity* item, const Vessik_CommonData& sett
   }
   {
     std::unique_lock<std::mutex> lock(mutex_);
-    WaitPumping(lock, [&] { return failedAt_ != 0 || submitted_ - Done() < kWindow; });
+    WaitPumping(settled_, lock, [&] { return failedAt_ != 0 || submitted_ - Done() < kWindow; });
     // Past a failure nothing more is fitted: the reading ends with that failure
     // at the next settling, and the items after it are never printed.
     if (failedAt_ != 0) return;
@@ -220,22 +214,13 @@ void ThreadCurvePool::Advance() {
   done_.store(done, std::memory_order_release);
 }
 
-template <class Condition>
-void ThreadCurvePool::WaitPumping(std::unique_lock<std::mutex>& lock, Condition condition) {
-  while (!settled_.wait_for(lock, kPumpInterval, condition)) {
-    lock.unlock();
-    PumpMessages();
-    lock.lock();
-  }
-}
-
 std::exception_ptr ThreadCurvePool::SettleQuietly() noexcept {
   if (inline_) return nullptr;
   std::unique_lock<std::mutex> lock(mutex_);
   // Every job finished, the skipped ones too: nothing may still use an item when
   // the caller lets the items go.
   try {
-    WaitPumping(lock, [&] { return finished_ == submitted_; });
+    WaitPumping(settled_, lock, [&] { return finished_ == submitted_; });
   } catch (...) {
     // Only the host's messages can raise here, and they are kept from it; wait
     // without them.

@@ -366,8 +366,7 @@ void Vessik_Insert::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
         // running the host's threads, and a small drawing's pages are better kept.
         if (percent > trimmedPercent) {
           trimmedPercent = percent;
-          const ParseLimits* limits = CurrentParseLimits();
-          const int64_t used = limits != nullptr ? limits->Used() : 0;
+          const int64_t used = MemoryUsed();
           if (trimmedAt - used >= kTrimBatch) {
             ReturnFreedMemory();
             trimmedAt = used;

@@ -317,6 +317,22 @@ TEST(CurvePool, CancelGivesTheEmptyTextAndTheSameProgress) {
   }
 }
 
+TEST(CurvePool, HostMessagesRunOnTheHostThreadOnly) {
+  test::TempFile f(DrawingText(ManyCurves(400)));
+  const std::thread::id host = std::this_thread::get_id();
+  int calls = 0;
+  int elsewhere = 0;
+  SetPumpHook([&] {
+    ++calls;
+    if (std::this_thread::get_id() != host) ++elsewhere;
+  });
+  const Outcome pooled = ParseWith(2, f.Path());
+  SetPumpHook(nullptr);
+  EXPECT_EQ(pooled.failure, 0);
+  EXPECT_GE(calls, 1);
+  EXPECT_EQ(elsewhere, 0);
+}
+
 TEST(CurvePool, ParsesOnTwoThreadsAtOnceKeepTheirOwnPools) {
   test::TempFile f(DrawingText(ManyCurves(200)));
   const Outcome one = ParseWith(1, f.Path());

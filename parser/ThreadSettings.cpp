@@ -1,3 +1,5 @@
+// The parse settings each host thread keeps for itself: the geometry mode and the
+// threads that fit curves.
 #include "parser/Vessik_Hooks.h"
 
 namespace vessik {
@@ -15,10 +17,6 @@ void SetTrueGeometry(bool on) {
 bool TrueGeometry() {
   return t_trueGeometry;
 }
-
-}  // namespace vessik
-
-namespace vessik {
 
 void SetCurveThreads(int32_t count) {
   t_curveThreads = count < 0 ? 0 : count;
