@@ -23,7 +23,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+#include "parser/PumpingWait.h"
 #endif
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -82,6 +88,69 @@ bool SameVersion(const struct stat& a, const struct stat& b) {
          a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
 }
 
+// Reads [from, to) of the file at its own offsets, in pieces with `between` run
+// after each; `between` returns false to stop. False when the file ended before
+// `to`, could not be read, or the reading was stopped.
+template <class Between>
+bool ReadRange(int fd, char* data, size_t from, size_t to, Between between) {
+  for (size_t done = from; done < to;) {
+    const size_t piece = std::min(kReadPiece, to - done);
+    const ssize_t n = pread(fd, data + done, piece, static_cast<off_t>(done));
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    done += static_cast<size_t>(n);
+    if (!between()) return false;
+  }
+  return true;
+}
+
+// A file from this size on is read by two threads, each filling its half: the
+// cost of a large read lies as much in the first touch of the fresh memory as in
+// the copying, and both go at once on two cores.
+constexpr size_t kSplitReadFrom = size_t{16} << 20;
+
+// The back half of a large file, read on a thread of its own. The host's messages
+// and the cancel stay with the parse's thread, which reads the front half.
+class BackHalfReader {
+ public:
+  BackHalfReader(int fd, char* data, size_t from, size_t to) {
+    try {
+      worker_ = std::thread([this, fd, data, from, to] {
+        const bool ok = ReadRange(fd, data, from, to,
+                                  [this] { return !stop_.load(std::memory_order_relaxed); });
+        std::lock_guard<std::mutex> lock(mutex_);
+        ok_ = ok;
+        done_ = true;
+        finished_.notify_all();
+      });
+    } catch (const std::system_error&) {
+      // No thread to be had: the parse's thread reads it all.
+    }
+  }
+  ~BackHalfReader() {
+    stop_.store(true, std::memory_order_relaxed);
+    if (worker_.joinable()) worker_.join();
+  }
+  BackHalfReader(const BackHalfReader&) = delete;
+  BackHalfReader& operator=(const BackHalfReader&) = delete;
+
+  bool Started() const { return worker_.joinable(); }
+  // Waits for the half, pumping; whether all of it was read.
+  bool Finish() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    WaitPumping(finished_, lock, [this] { return done_; });
+    return ok_;
+  }
+
+ private:
+  std::atomic<bool> stop_{false};
+  std::mutex mutex_;
+  std::condition_variable finished_;
+  bool done_ = false;
+  bool ok_ = false;
+  std::thread worker_;
+};
+
 FileBytes ReadRegularFile(const std::filesystem::path& path) {
   // Not blocking: should the name become a FIFO after it was looked at, the open
   // must not wait for a writer.
@@ -92,14 +161,23 @@ FileBytes ReadRegularFile(const std::filesystem::path& path) {
     RaisePlatformError(errnum::PathFileAccess);
   }
   FileBytes bytes(static_cast<size_t>(before.st_size));
-  for (size_t done = 0; done < bytes.size();) {
-    const size_t piece = std::min(kReadPiece, bytes.size() - done);
-    const ssize_t n = read(file.fd, bytes.data() + done, piece);
-    if (n < 0 && errno == EINTR) continue;
-    // An end before the length seen at the start: the file got shorter.
-    if (n <= 0) RaisePlatformError(errnum::PathFileAccess);
-    done += static_cast<size_t>(n);
+  const size_t size = bytes.size();
+  auto between = [] {
     BetweenPieces();
+    return true;
+  };
+  // An end before the length seen at the start means the file got shorter.
+  if (size >= kSplitReadFrom && std::thread::hardware_concurrency() > 1) {
+    // Split on a huge page, so that each thread fills pages of its own.
+    const size_t half = (size / 2) & ~(kHugePage - 1);
+    BackHalfReader back(file.fd, bytes.data(), half, size);
+    const size_t frontEnd = back.Started() ? half : size;
+    if (!ReadRange(file.fd, bytes.data(), 0, frontEnd, between)) {
+      RaisePlatformError(errnum::PathFileAccess);
+    }
+    if (back.Started() && !back.Finish()) RaisePlatformError(errnum::PathFileAccess);
+  } else if (!ReadRange(file.fd, bytes.data(), 0, size, between)) {
+    RaisePlatformError(errnum::PathFileAccess);
   }
   // A drawing written to or replaced while it was read would come out as a mix of
   // two files that never existed as such: the same file must still be there, at
@@ -109,7 +187,7 @@ FileBytes ReadRegularFile(const std::filesystem::path& path) {
   char beyond;
   if (fstat(file.fd, &after) != 0 || !SameVersion(before, after) ||
       stat(path.c_str(), &named) != 0 || !SameVersion(before, named) ||
-      read(file.fd, &beyond, 1) != 0) {
+      pread(file.fd, &beyond, 1, static_cast<off_t>(size)) != 0) {
     RaisePlatformError(errnum::PathFileAccess);
   }
   return bytes;

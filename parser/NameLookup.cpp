@@ -25,12 +25,17 @@ std::optional<int32_t> LayerLookup::Find(std::string_view name) {
     // The list was cut back: take it in anew.
     first_.clear();
     taken_ = 0;
+    lastPosition_ = -1;
   }
+  // Layers added since cannot change the first position of a name already found.
   for (; taken_ < layers_.size(); ++taken_) {
     if (layers_[taken_]) first_.try_emplace(layers_[taken_]->Name, static_cast<int32_t>(taken_));
   }
+  if (lastPosition_ >= 0 && name == lastName_) return lastPosition_;
   const auto it = first_.find(name);
   if (it == first_.end()) return std::nullopt;
+  lastName_.assign(name);
+  lastPosition_ = it->second;
   return it->second;
 }
 

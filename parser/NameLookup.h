@@ -48,6 +48,10 @@ class LayerLookup {
   Vessik_Layers& layers_;
   size_t taken_ = 0;
   FirstPositions first_;
+  // Entities come in long runs on one layer: the name found last is compared
+  // before any hashing. -1: none.
+  std::string lastName_;
+  int32_t lastPosition_ = -1;
   LayerLookup* previous_;
 };
 

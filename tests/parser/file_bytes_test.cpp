@@ -39,6 +39,18 @@ int32_t ReadWhile(const std::string& path, const std::function<void()>& change) 
   return number;
 }
 
+// Large enough to be read by two threads: numbered lines, so that a piece read to
+// the wrong place shows.
+std::string SplitReadText() {
+  std::string text;
+  text.reserve(41 << 20);
+  for (int n = 0; text.size() < (40u << 20) + 12345; ++n) {
+    text += std::to_string(n);
+    text += '\n';
+  }
+  return text;
+}
+
 void SetOldTimes(const std::string& path) {
   struct timespec times[2] = {{946684800, 0}, {946684800, 0}};
   ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
@@ -50,6 +62,39 @@ TEST(FileBytes, ReadsAWholeLargeFile) {
   FileBytes bytes = FileBytes::ReadFile(f.Path());
   ASSERT_EQ(bytes.size(), text.size());
   EXPECT_EQ(std::string(bytes.data(), bytes.size()), text);
+}
+
+TEST(FileBytes, ReadsAFileLargeEnoughToBeReadInTwoHalves) {
+  const std::string text = SplitReadText();
+  test::TempFile f(text);
+  FileBytes bytes = FileBytes::ReadFile(f.Path());
+  ASSERT_EQ(bytes.size(), text.size());
+  EXPECT_TRUE(std::string_view(bytes.data(), bytes.size()) == text);
+}
+
+TEST(FileBytes, AFileTruncatedWhileReadInTwoHalvesFailsWith75) {
+  test::TempFile f(SplitReadText());
+  EXPECT_EQ(ReadWhile(f.Path(), [&] { std::filesystem::resize_file(f.Path(), 1000); }), 75);
+}
+
+TEST(FileBytes, AFileThatGrowsWhileReadInTwoHalvesFailsWith75) {
+  test::TempFile f(SplitReadText());
+  SetOldTimes(f.Path());
+  EXPECT_EQ(ReadWhile(f.Path(), [&] { std::ofstream(f.Path(), std::ios::app) << "999\nmore\n"; }),
+            75);
+}
+
+TEST(FileBytes, ACancelWhileReadingInTwoHalvesEndsTheParse) {
+  test::TempFile f(SplitReadText());
+  Vessik_Parser parser;
+  Vessik_CommonData data;
+  Vessik_Progress progress;
+  // The host's messages run between the pieces of the front half.
+  SetPumpHook([&] { progress.IsCanceled(true); });
+  LastPumpTick() = TickCount() - 1000;
+  EXPECT_EQ(parser.Parse2(f.Path(), data, progress), "");
+  SetPumpHook(nullptr);
+  EXPECT_TRUE(progress.IsCanceled());
 }
 
 TEST(FileBytes, AFileTruncatedWhileReadFailsWith75) {

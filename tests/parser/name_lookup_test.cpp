@@ -89,6 +89,23 @@ TEST(LayerLookup, AListCutBackIsTakenInAnew) {
   EXPECT_EQ(lookup.Find("D"), 1);
 }
 
+TEST(LayerLookup, ANameAskedForAgainKeepsItsFirstPosition) {
+  Vessik_Layers layers = LayersNamed({"A"});
+  LayerLookup lookup(layers);
+  EXPECT_EQ(lookup.Find("A"), 0);
+  // A later layer of the same name, and others, do not move it.
+  layers.push_back(std::make_shared<Vessik_Layer>());
+  layers.back()->Name = "A";
+  layers.push_back(std::make_shared<Vessik_Layer>());
+  layers.back()->Name = "B";
+  EXPECT_EQ(lookup.Find("A"), 0);
+  EXPECT_EQ(lookup.Find("B"), 2);
+  EXPECT_EQ(lookup.Find("B"), 2);
+  EXPECT_EQ(lookup.Find("A"), 0);
+  EXPECT_EQ(lookup.Find("AB"), std::nullopt);
+  EXPECT_EQ(lookup.Find("A"), 0);
+}
+
 TEST(BlockLookup, FirstOfANameWinsAndMissingIsNone) {
   const std::vector<Vessik_Block> blocks{BlockNamed("A", 10), BlockNamed("B", 20),
                                          BlockNamed("A", 30)};
