@@ -191,8 +191,9 @@ void Vessik_Insert::ReadItems(Vessik_Entities& result, int32_t StartLine, int32_
   const bool topLevel = Parent != nullptr && Parent->Parent() == nullptr;
   int32_t lastPercent = 0;
   int32_t freed = 0;
-  const int64_t readingBase = MemoryUsed();
+  int64_t readingBase = MemoryUsed();
   int32_t i = StartLine;
+  int32_t released = StartLine;
   while (i <= EndLine) {
     // Inside a block, a cancel stops the expansion at once; the top level ends its
     // loop the usual way below.
@@ -225,6 +226,10 @@ void Vessik_Insert::ReadItems(Vessik_Entities& result, int32_t StartLine, int32_
         if (sink_ != nullptr && ReadTooFarAhead(readingBase)) {
           printer_->CatchUp(printer_->Submitted());
           FreePrinted(result, freed);
+          // What printing did not give back (the list of items itself grows with
+          // the drawing) is no read-ahead: measured from here, a large drawing does
+          // not come to wait for the printer after every item.
+          readingBase = MemoryUsed();
         }
       }
     }
@@ -238,7 +243,12 @@ void Vessik_Insert::ReadItems(Vessik_Entities& result, int32_t StartLine, int32_
         if (!SettleCurves(result)) return;
         progress_->DoProgress(RoundToLong(percent / 2.0 + 50));
       }
-      if (oneShot_ && percent > lastPercent) GroupPairs().ReleaseRead(StartLine, i);
+      // The pairs read are given back about a huge page at a time, whatever the
+      // drawing's size: at its start the read-ahead comes on top of them.
+      if (oneShot_ && (percent > lastPercent || i - released >= kReleasePairs)) {
+        GroupPairs().ReleaseRead(StartLine, i);
+        released = i;
+      }
       lastPercent = percent;
       if (progress_ == nullptr) RaisePlatformError(errnum::ObjectNotSet);
       if (progress_->IsCanceled()) {

@@ -116,10 +116,14 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
   // Frees the items printed since the last call; freed counts them.
   void FreePrinted(Vessik_Entities& result, int32_t& freed);
   // Memory the running parse holds, and whether the items waiting for the
-  // printing thread took more than kReadAhead of it beyond base.
+  // printing thread took more than kReadAhead of it beyond base. Small: the
+  // drawing's pairs are still held when reading starts, and a text streamed out
+  // gains nothing from more.
   static int64_t MemoryUsed();
   bool ReadTooFarAhead(int64_t base);
-  static constexpr int64_t kReadAhead = int64_t{32} << 20;
+  static constexpr int64_t kReadAhead = int64_t{8} << 20;
+  // Pairs read between two hand-backs of their memory: 1 MB of the table.
+  static constexpr int32_t kReleasePairs = 1 << 17;
   // Ends the printing thread and puts its text in front of what follows in Text.
   void TakePrintedText(Vessik_Concat& Text);
 
