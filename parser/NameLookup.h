@@ -8,6 +8,7 @@
 // ends, so that a parse started from inside another keeps its own.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -48,10 +49,16 @@ class LayerLookup {
   Vessik_Layers& layers_;
   size_t taken_ = 0;
   FirstPositions first_;
-  // Entities come in long runs on one layer: the name found last is compared
-  // before any hashing. -1: none.
-  std::string lastName_;
-  int32_t lastPosition_ = -1;
+  // Every entity names its layer, and a drawing has few: names found are kept in
+  // a small table that a cheap hash of a few bytes indexes, in front of the full
+  // hash and the division of the map. A position of -1 marks a free entry.
+  struct Recent {
+    std::string name;
+    int32_t position = -1;
+  };
+  static constexpr size_t kRecent = 64;
+  static size_t RecentSlot(std::string_view name);
+  std::array<Recent, kRecent> recent_;
   LayerLookup* previous_;
 };
 

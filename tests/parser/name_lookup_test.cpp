@@ -106,6 +106,22 @@ TEST(LayerLookup, ANameAskedForAgainKeepsItsFirstPosition) {
   EXPECT_EQ(lookup.Find("A"), 0);
 }
 
+TEST(LayerLookup, ManyNamesSharingRecentEntriesAreEachFoundAtTheirPlace) {
+  std::vector<std::string> names;
+  for (int k = 0; k < 1000; ++k) names.push_back("L" + std::to_string(k));
+  names.push_back("L7");
+  Vessik_Layers layers = LayersNamed(names);
+  LayerLookup lookup(layers);
+  for (int round = 0; round < 3; ++round) {
+    for (int k = 0; k < 1000; ++k) {
+      const int32_t index = (k * 389 + round) % 1000;
+      ASSERT_EQ(lookup.Find("L" + std::to_string(index)), index);
+    }
+  }
+  EXPECT_EQ(lookup.Find("L1000"), std::nullopt);
+  EXPECT_EQ(lookup.Find("L7"), 7);
+}
+
 TEST(BlockLookup, FirstOfANameWinsAndMissingIsNone) {
   const std::vector<Vessik_Block> blocks{BlockNamed("A", 10), BlockNamed("B", 20),
                                          BlockNamed("A", 30)};
