@@ -1,14 +1,18 @@
 #include "parser/GroupPairs.h"
 
+#include <algorithm>
+
 #include "parser/Vessik_Error.h"
 
 namespace vessik {
 
 const GroupPairTable::Entry& GroupPairTable::At(int32_t i) const {
-  if (i < 0 || static_cast<size_t>(i) >= entries_.size()) {
-    RaisePlatformError(errnum::SubscriptOutOfRange);
+  if (i >= 0) {
+    const auto k = static_cast<size_t>(i);
+    if (k < head_.size()) return head_[k];
+    if (k - head_.size() < tail_.size()) return tail_[k - head_.size()];
   }
-  return entries_[static_cast<size_t>(i)];
+  RaisePlatformError(errnum::SubscriptOutOfRange);
 }
 
 const GroupPairTable::WideEntry& GroupPairTable::Wide(int32_t i) const {
@@ -16,35 +20,50 @@ const GroupPairTable::WideEntry& GroupPairTable::Wide(int32_t i) const {
 }
 
 void GroupPairTable::ReleaseRead(int32_t from, int32_t to) {
-  if (from < 0 || to < from || static_cast<size_t>(to) >= entries_.size()) return;
-  Entry* first = entries_.data() + from;
-  Entry* last = entries_.data() + to;
-  char* bytesBegin = bytes_.data() + first->offset;
-  char* bytesEnd = bytes_.data() + last->offset;
-  ReleasePages(first, last);
+  if (from < 0 || to < from || to >= Count()) return;
+  char* bytesBegin = bytes_.data() + At(from).offset;
+  char* bytesEnd = bytes_.data() + At(to).offset;
+  const auto f = static_cast<size_t>(from);
+  const auto t = static_cast<size_t>(to);
+  const size_t h = head_.size();
+  if (f < h) ReleasePages(head_.data() + f, head_.data() + std::min(t, h));
+  if (t > h) ReleasePages(tail_.data() + (f > h ? f - h : 0), tail_.data() + (t - h));
   ReleasePages(bytesBegin, bytesEnd);
 }
 
 void GroupPairTable::Clear() {
   wide_.clear();
   bytes_ = FileBytes();
-  entries_ = LargeArray<Entry>();
+  head_ = LargeArray<Entry>();
+  tail_ = LargeArray<Entry>();
 }
 
 void GroupPairTable::Reset(size_t expectedPairs) {
   Clear();
-  entries_.reserve(expectedPairs);
+  head_.reserve(expectedPairs);
+}
+
+void GroupPairTable::AddTo(LargeArray<Entry>& entries, WideEntries& wide, int32_t index,
+                           int32_t code, size_t offset, size_t length) {
+  const bool wideCode = code <= kWide || code > INT16_MAX;
+  const bool longValue = length >= kLong;
+  if (wideCode || longValue) wide[index] = WideEntry{code, static_cast<uint32_t>(length)};
+  entries.push_back(Entry{static_cast<uint32_t>(offset),
+                          wideCode ? kWide : static_cast<int16_t>(code),
+                          longValue ? kLong : static_cast<uint16_t>(length)});
 }
 
 void GroupPairTable::Add(int32_t code, size_t offset, size_t length) {
-  const bool wideCode = code <= kWide || code > INT16_MAX;
-  const bool longValue = length >= kLong;
-  if (wideCode || longValue) {
-    wide_[static_cast<int32_t>(entries_.size())] = WideEntry{code, static_cast<uint32_t>(length)};
-  }
-  entries_.push_back(Entry{static_cast<uint32_t>(offset),
-                           wideCode ? kWide : static_cast<int16_t>(code),
-                           longValue ? kLong : static_cast<uint16_t>(length)});
+  // Pairs are only added in front of a part joined behind.
+  if (tail_.size() != 0) RaisePlatformError(errnum::SubscriptOutOfRange);
+  AddTo(head_, wide_, Count(), code, offset, length);
+}
+
+void GroupPairTable::Join(Part&& tail) {
+  const auto shift = static_cast<int32_t>(head_.size());
+  for (const auto& [index, wide] : tail.wide_) wide_[index + shift] = wide;
+  tail_ = std::move(tail.entries_);
+  tail.wide_.clear();
 }
 
 void GroupPairTable::Assign(const std::vector<std::pair<int32_t, std::string>>& pairs) {

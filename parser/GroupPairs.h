@@ -20,8 +20,21 @@ struct GroupPair {
 };
 
 class GroupPairTable {
+  // Eight bytes a pair: the table is as large as the file itself. A code outside
+  // 16 bits or a value of 65535 bytes or more goes to the side table.
+  struct Entry {
+    uint32_t offset;
+    int16_t code;
+    uint16_t length;
+  };
+  struct WideEntry {
+    int32_t code;
+    uint32_t length;
+  };
+  using WideEntries = std::unordered_map<int32_t, WideEntry>;
+
  public:
-  int32_t Count() const { return static_cast<int32_t>(entries_.size()); }
+  int32_t Count() const { return static_cast<int32_t>(head_.size() + tail_.size()); }
   // Highest index; -1 when empty.
   int32_t UBound() const { return Count() - 1; }
 
@@ -51,30 +64,45 @@ class GroupPairTable {
   void Add(int32_t code, size_t offset, size_t length);
   void AdoptBytes(FileBytes&& bytes) { bytes_ = std::move(bytes); }
 
+  // Pairs of the rest of the file, built on another thread while this table takes
+  // those in front; they are joined behind them once both are done.
+  class Part {
+   public:
+    void Reserve(size_t pairs) { entries_.reserve(pairs); }
+    void Add(int32_t code, size_t offset, size_t length) {
+      AddTo(entries_, wide_, static_cast<int32_t>(entries_.size()), code, offset, length);
+    }
+
+   private:
+    friend class GroupPairTable;
+    LargeArray<Entry> entries_;
+    WideEntries wide_;  // by index in the part
+  };
+  void Join(Part&& tail);
+
   // Replaces the table with these pairs (for tests and tools).
   void Assign(const std::vector<std::pair<int32_t, std::string>>& pairs);
 
  private:
-  // Eight bytes a pair: the table is as large as the file itself. A code outside
-  // 16 bits or a value of 65535 bytes or more goes to the side table.
-  struct Entry {
-    uint32_t offset;
-    int16_t code;
-    uint16_t length;
-  };
-  struct WideEntry {
-    int32_t code;
-    uint32_t length;
-  };
   static constexpr int16_t kWide = INT16_MIN;
   static constexpr uint16_t kLong = UINT16_MAX;
+  static void AddTo(LargeArray<Entry>& entries, WideEntries& wide, int32_t index, int32_t code,
+                    size_t offset, size_t length);
   const Entry& At(int32_t i) const;
   const WideEntry& Wide(int32_t i) const;
 
   FileBytes bytes_;
-  LargeArray<Entry> entries_;
-  std::unordered_map<int32_t, WideEntry> wide_;
+  // The pairs in front, and those joined behind them.
+  LargeArray<Entry> head_;
+  LargeArray<Entry> tail_;
+  WideEntries wide_;
 };
+
+// Loading builds the pairs of a file on two threads once they take this many bytes
+// or more (8 MB), for the calling thread's loads; 0 restores that. For tests.
+void SetSplitLoadFrom(size_t bytes);
+// How many loads of the calling thread were split so. For tests.
+int64_t SplitLoads();
 
 // The table of this thread.
 GroupPairTable& GroupPairs();

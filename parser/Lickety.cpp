@@ -38,8 +38,8 @@ int64_t Lickety::ChooseBlockSize(int64_t Remaining) {
 }
 
 Lickety::Lines::Lines(FileBytes&& bytes, int64_t BlockSize, std::string_view LineDelim)
-    : bytes_(std::move(bytes)), delim_(LineDelim) {
-  const size_t size = bytes_.size();
+    : bytes_(std::move(bytes)), data_(bytes_.data()), size_(bytes_.size()), delim_(LineDelim) {
+  const size_t size = size_;
   if (delim_.empty()) {
     // No delimiter: the whole text is one line.
     keepTail_ = size > 0;
@@ -61,8 +61,9 @@ Lickety::Lines::Lines(FileBytes&& bytes, int64_t BlockSize, std::string_view Lin
   for (size_t k = 1; k < n; ++k) {
     if (std::memcmp(delim_.data(), delim_.data() + n - k, k) == 0) selfOverlapping = true;
   }
+  selfOverlapping_ = selfOverlapping;
   size_t lastEnd = 0;  // 0: none
-  const char* data = bytes_.data();
+  const char* data = data_;
   if (selfOverlapping) {
     const std::string_view text(data, size);
     for (size_t p = text.find(delim_); p != std::string_view::npos; p = text.find(delim_, p)) {
@@ -88,7 +89,7 @@ size_t Lickety::Lines::FindLast() {
   for (;;) {
     if (!scanned_) {
       blockBase_ = pos_ & ~size_t{63};
-      mask_ = MatchMask(bytes_.data() + blockBase_, std::min<size_t>(64, end_ - blockBase_), c);
+      mask_ = MatchMask(data_ + blockBase_, std::min<size_t>(64, end_ - blockBase_), c);
       scanned_ = true;
     }
     // Positions in front of pos_ are spent.
@@ -97,7 +98,7 @@ size_t Lickety::Lines::FindLast() {
     if (live != 0) return blockBase_ + static_cast<size_t>(std::countr_zero(live));
     if (blockBase_ + 64 >= end_) return end_;
     blockBase_ += 64;
-    mask_ = MatchMask(bytes_.data() + blockBase_, std::min<size_t>(64, end_ - blockBase_), c);
+    mask_ = MatchMask(data_ + blockBase_, std::min<size_t>(64, end_ - blockBase_), c);
   }
 }
 
@@ -111,7 +112,7 @@ bool Lickety::Lines::IsDelimiterEnd(const char* data, size_t at) const {
 
 bool Lickety::Lines::Next(std::string_view& line) {
   if (done_) return false;
-  const char* data = bytes_.data();
+  const char* data = data_;
   const size_t n = delim_.size();
   while (pos_ < end_) {
     // Occurrences are taken from left to right without overlap: look for the
@@ -131,22 +132,71 @@ bool Lickety::Lines::Next(std::string_view& line) {
   }
   done_ = true;
   if (keepTail_) {
-    line = std::string_view(data + end_, bytes_.size() - end_);
+    line = std::string_view(data + end_, size_ - end_);
     return true;
   }
   return false;
 }
 
-size_t Lickety::Lines::MaxLines() const {
+size_t Lickety::Lines::MaxLines(size_t from, size_t to) const {
   if (delim_.empty()) return 1;
   const char c = delim_.back();
   size_t count = 0;
-  const char* data = bytes_.data();
-  for (size_t base = 0; base < end_; base += 64) {
+  to = std::min(to, end_);
+  for (size_t base = from; base < to; base += 64) {
     count += static_cast<size_t>(
-        std::popcount(MatchMask(data + base, std::min<size_t>(64, end_ - base), c)));
+        std::popcount(MatchMask(data_ + base, std::min<size_t>(64, to - base), c)));
   }
   return count + 1;
+}
+
+Lickety::Lines::Lines(const Lines& other, std::nullptr_t)
+    : data_(other.data_),
+      size_(other.size_),
+      delim_(other.delim_),
+      selfOverlapping_(other.selfOverlapping_),
+      pos_(other.pos_),
+      end_(other.end_),
+      keepTail_(other.keepTail_),
+      done_(other.done_),
+      blockBase_(other.blockBase_),
+      mask_(other.mask_),
+      scanned_(other.scanned_) {}
+
+size_t Lickety::Lines::LineStartFrom(size_t at) const {
+  // Occurrences of a delimiter that cannot overlap itself are the same whether
+  // the scan starts at the front or anywhere else.
+  if (delim_.empty() || selfOverlapping_ || done_ || at < pos_) return 0;
+  const size_t found = std::string_view(data_, end_).find(delim_, at);
+  if (found == std::string_view::npos || found + delim_.size() >= end_) return 0;
+  return found + delim_.size();
+}
+
+Lickety::Lines Lickety::Lines::SplitAt(size_t at) {
+  Lines back(*this, nullptr);
+  back.pos_ = at;
+  back.scanned_ = false;
+  end_ = at;
+  keepTail_ = false;
+  return back;
+}
+
+size_t Lickety::Lines::CountDelimiters(size_t from, size_t to) const {
+  const size_t n = delim_.size();
+  if (n == 0) return 0;
+  const char c = delim_.back();
+  size_t count = 0;
+  // Each byte equal to the delimiter's last that ends a whole delimiter inside
+  // the range.
+  for (size_t base = from; base < to; base += 64) {
+    uint64_t mask = MatchMask(data_ + base, std::min<size_t>(64, to - base), c);
+    while (mask != 0) {
+      const size_t at = base + static_cast<size_t>(std::countr_zero(mask));
+      mask &= mask - 1;
+      if (at + 1 >= from + n && IsDelimiterEnd(data_, at)) ++count;
+    }
+  }
+  return count;
 }
 
 std::vector<std::string> Lickety::SplitFile(const std::string& FileName, int32_t BlockSize,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -23,9 +24,31 @@ class Lickety {
     const FileBytes& Bytes() const { return bytes_; }
     FileBytes TakeBytes() { return std::move(bytes_); }
     // Number of lines that Next will give, at most.
-    size_t MaxLines() const;
+    size_t MaxLines() const { return MaxLines(0, end_); }
+    // The same for the lines that start in [from, to), to at most the end of the
+    // last delimiter.
+    size_t MaxLines(size_t from, size_t to) const;
+
+    // Splitting the lines for two threads: where the next line starts from `at`
+    // on such that both parts hold whole lines, or 0 where the delimiter does not
+    // allow a split there (one that can overlap itself must be scanned from the
+    // start).
+    size_t LineStartFrom(size_t at) const;
+    // The lines from `at` (a line start from LineStartFrom) on, as an iterator of
+    // their own over the same bytes, which it does not own; this one then ends in
+    // front of `at`. Copies of the one returned iterate alike.
+    Lines SplitAt(size_t at);
+    // The position of the next line, and the number of delimiters in [from, to).
+    size_t Position() const { return pos_; }
+    size_t CountDelimiters(size_t from, size_t to) const;
+
+    Lines(const Lines& other) : Lines(other, nullptr) {}
+    Lines(Lines&& other) noexcept = default;
 
    private:
+    // A copy of the iteration state, without the bytes.
+    Lines(const Lines& other, std::nullptr_t);
+
     // Position of the next byte equal to the delimiter's last byte, from pos_ on,
     // before end_; end_ when there is none.
     size_t FindLast();
@@ -33,7 +56,11 @@ class Lickety {
     bool IsDelimiterEnd(const char* data, size_t at) const;
 
     FileBytes bytes_;
+    // The bytes iterated: bytes_, or the bytes of the iterator split from.
+    const char* data_ = nullptr;
+    size_t size_ = 0;
     std::string delim_;
+    bool selfOverlapping_ = false;
     size_t pos_ = 0;
     size_t end_ = 0;  // behind the last delimiter
     bool keepTail_ = false;

@@ -1,6 +1,16 @@
 // Loading: the file becomes the group pairs, from its first "SECTION" on.
 #include <cstring>
+#include <exception>
 #include <limits>
+#include <optional>
+#ifndef _WIN32
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <system_error>
+#include <thread>
+#endif
 
 #include "parser/GroupPairs.h"
 #include "parser/Lickety.h"
@@ -47,7 +57,129 @@ int32_t ReadGroupCode(std::string_view line) {
   return DoubleToLong(ReadNumber(line, false));
 }
 
+// Pairs from this many bytes of the file on are built by two threads.
+constexpr size_t kSplitLoadFrom = size_t{8} << 20;
+thread_local size_t splitLoadFrom = kSplitLoadFrom;
+thread_local int64_t splitLoads = 0;
+
+#ifndef _WIN32
+
+// The pairs of the back part of the file, built on a thread of its own. The lines
+// of the front part, from the first code to the split, are counted first: their
+// number tells whether the back part starts with a code, or with the value of
+// the front part's last code (which the front takes itself).
+class BackPairs {
+ public:
+  BackPairs(Lickety::Lines back, size_t frontFrom, size_t frontTo, const char* base,
+            GroupPairTable::Part& part)
+      : back_(std::move(back)), frontFrom_(frontFrom), frontTo_(frontTo), base_(base), part_(part) {
+    try {
+      worker_ = std::thread([this] { Build(); });
+    } catch (const std::system_error&) {
+      // No thread to be had: the front's thread builds them when it is done.
+    }
+  }
+  ~BackPairs() {
+    stop_.store(true, std::memory_order_relaxed);
+    if (worker_.joinable()) worker_.join();
+  }
+  BackPairs(const BackPairs&) = delete;
+  BackPairs& operator=(const BackPairs&) = delete;
+
+  // Waits for the part, with the host's messages and the cancel kept going. Its
+  // failure, if any, is raised with the index of its code line, counted from the
+  // first line of the back part.
+  void Finish(int64_t& frontLines, int64_t& failedCodeLine) {
+    if (!worker_.joinable()) {
+      Build();
+    } else {
+      std::unique_lock<std::mutex> lock(mutex_);
+      while (!finished_.wait_for(lock, std::chrono::milliseconds(20), [this] { return done_; })) {
+        lock.unlock();
+        PumpMessages();
+        PollCancelWhileLoading();
+        lock.lock();
+      }
+    }
+    frontLines = frontLines_;
+    failedCodeLine = codeLine_;
+    if (failure_) std::rethrow_exception(failure_);
+  }
+
+ private:
+  void Build() {
+    try {
+      frontLines_ = static_cast<int64_t>(back_.CountDelimiters(frontFrom_, frontTo_));
+      std::string_view code;
+      std::string_view value;
+      // An even number of front lines leaves the front's last code waiting for the
+      // first line here.
+      if (frontLines_ % 2 == 0) {
+        codeLine_ = 1;
+        if (!back_.Next(value)) return Done();
+      }
+      for (uint32_t k = 1; back_.Next(code) && back_.Next(value); ++k) {
+        if (!code.empty() && !value.empty()) {
+          part_.Add(ReadGroupCode(code), static_cast<size_t>(value.data() - base_), value.size());
+        }
+        codeLine_ += 2;
+        if (k % 65536 == 0 && stop_.load(std::memory_order_relaxed)) break;
+      }
+    } catch (...) {
+      failure_ = std::current_exception();
+    }
+    Done();
+  }
+  void Done() {
+    std::lock_guard<std::mutex> lock(mutex_);
+    done_ = true;
+    finished_.notify_all();
+  }
+
+  Lickety::Lines back_;
+  const size_t frontFrom_;
+  const size_t frontTo_;
+  const char* const base_;
+  GroupPairTable::Part& part_;
+  int64_t frontLines_ = 0;
+  int64_t codeLine_ = 0;
+  std::exception_ptr failure_;
+  std::atomic<bool> stop_{false};
+  std::mutex mutex_;
+  std::condition_variable finished_;
+  bool done_ = false;
+  std::thread worker_;
+};
+
+// Whether a second thread may be worth starting.
+bool TwoProcessors() {
+  return std::thread::hardware_concurrency() > 1;
+}
+
+#else
+
+// The toolchain there may have no threads of its own: one thread loads it all.
+class BackPairs {
+ public:
+  BackPairs(Lickety::Lines, size_t, size_t, const char*, GroupPairTable::Part&) {}
+  void Finish(int64_t&, int64_t&) {}
+};
+
+bool TwoProcessors() {
+  return false;
+}
+
+#endif
+
 }  // namespace
+
+void SetSplitLoadFrom(size_t bytes) {
+  splitLoadFrom = bytes != 0 ? bytes : kSplitLoadFrom;
+}
+
+int64_t SplitLoads() {
+  return splitLoads;
+}
 
 void Vessik_Parser::LoadDXF(const std::string& TheFile) {
   // The pairs of the drawing before go first: their memory is needed now, and the
@@ -90,7 +222,6 @@ void Vessik_Parser::LoadDXF(const std::string& TheFile) {
   // code that does not convert ends the load with the index of its line.
   int64_t codeIndex = index - 1;
   try {
-    pairs.Reset(lines.MaxLines() / 2 + 2);
     const char* base = lines.Bytes().data();
     auto addPair = [&](std::string_view code, std::string_view value) {
       if (code.empty() || value.empty()) return;
@@ -98,16 +229,56 @@ void Vessik_Parser::LoadDXF(const std::string& TheFile) {
       PumpMessages();
       PollCancelWhileLoading();
     };
+    // A large file is split where a line starts near the middle of the pairs.
+    const size_t front = lines.Position();
+    const size_t end = lines.Bytes().size();
+    size_t split = 0;
+    if (end - front >= splitLoadFrom && TwoProcessors()) {
+      split = lines.LineStartFrom(front + (end - front) / 2);
+    }
+    GroupPairTable::Part backPart;
+    std::optional<Lickety::Lines> backFirst;
+    std::optional<BackPairs> back;
+    if (split != 0) {
+      pairs.Reset(lines.MaxLines(0, split) / 2 + 2);
+      backPart.Reserve(lines.MaxLines(split, end) / 2 + 2);
+      backFirst.emplace(lines.SplitAt(split));
+      back.emplace(*backFirst, front, split, base, backPart);
+      ++splitLoads;
+    } else {
+      pairs.Reset(lines.MaxLines() / 2 + 2);
+    }
     // The line in front of a "SECTION" on the very first line does not exist: it
     // counts as empty, which drops that pair.
     addPair(index > 0 ? previous : std::string_view(), line);
     codeIndex = index + 1;
     std::string_view code = next;
     std::string_view value;
+    bool waiting = true;  // a code read without its value
     while (lines.Next(value)) {
       addPair(code, value);
       codeIndex += 2;
-      if (!lines.Next(code)) break;
+      if (!lines.Next(code)) {
+        waiting = false;
+        break;
+      }
+    }
+    if (back) {
+      // The front's last code takes the first line of the back part as its value.
+      if (waiting && backFirst->Next(value)) {
+        addPair(code, value);
+        codeIndex += 2;
+      }
+      int64_t frontLines = 0;
+      int64_t failedCodeLine = 0;
+      try {
+        back->Finish(frontLines, failedCodeLine);
+      } catch (...) {
+        // Lines of the back part follow the code line "next" and the front's.
+        codeIndex = index + 2 + frontLines + failedCodeLine;
+        throw;
+      }
+      pairs.Join(std::move(backPart));
     }
   } catch (...) {
     pairs.Clear();

@@ -1,7 +1,8 @@
 // The text handed to a sink as it is made, on every drawing of the corpus: the
 // pieces joined are the pinned text, or the parse fails with the pinned failure.
 // The curves are fitted one at a time by the reading thread here, so that this and
-// the main corpus test (a curve thread per core) pin both ways of fitting.
+// the main corpus test (a curve thread per core) pin both ways of fitting; and the
+// pairs of every file are built by two threads, as only large files are there.
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
 
@@ -11,6 +12,7 @@
 #include <string>
 #include <string_view>
 
+#include "parser/GroupPairs.h"
 #include "parser/Vessik_Hooks.h"
 #include "parser/parser.h"
 #include "support/Corpus.h"
@@ -58,6 +60,7 @@ TEST_P(CorpusStreamed, PiecesMakeThePinnedText) {
   const std::string path = test::CorpusDir() + "/" + d.file;
   ASSERT_TRUE(std::filesystem::exists(path)) << path;
   SetCurveThreads(1);
+  SetSplitLoadFrom(1);
   Vessik_Parser parser;
   Vessik_CommonData data = test::ToolDefaults();
   Vessik_Progress progress;
@@ -71,6 +74,7 @@ TEST_P(CorpusStreamed, PiecesMakeThePinnedText) {
     outcome.number = e.Number();
   }
   SetCurveThreads(0);
+  SetSplitLoadFrom(0);
   EXPECT_TRUE(outcome == d.defaults)
       << d.file << ": got " << test::Describe(outcome) << ", pinned " << test::Describe(d.defaults);
 }

@@ -24,3 +24,38 @@ TEST(GroupPairTable, ReadingOutsideFails9) {
 }
 
 }  // namespace vessik
+
+namespace vessik {
+
+TEST(GroupPairTable, APartJoinedBehindKeepsItsOrderWideEntriesAndBounds) {
+  const std::string bytes = "AB" + std::string(70000, 'L') + "C";
+  GroupPairTable& t = GroupPairs();
+  t.Reset(2);
+  t.Add(0, 0, 1);
+  t.Add(100000, 1, 1);
+  GroupPairTable::Part part;
+  part.Reserve(2);
+  part.Add(-40000, 2, 70000);
+  part.Add(5, 70002, 1);
+  t.Join(std::move(part));
+  t.AdoptBytes(FileBytes(bytes));
+  ASSERT_EQ(t.Count(), 4);
+  EXPECT_EQ(t.Code(0), 0);
+  EXPECT_EQ(t.Value(0), "A");
+  EXPECT_EQ(t.Code(1), 100000);
+  EXPECT_EQ(t.Code(2), -40000);
+  EXPECT_EQ(t.Value(2).size(), 70000u);
+  EXPECT_EQ(t.Code(3), 5);
+  EXPECT_EQ(t.Value(3), "C");
+  EXPECT_EQ(FailureNumber([&] { t.Code(4); }), 9);
+  // Nothing is added in front of a joined part.
+  EXPECT_EQ(FailureNumber([&] { t.Add(1, 0, 1); }), 9);
+  // Reading after a release across both parts still works where it was not
+  // released.
+  t.ReleaseRead(0, 3);
+  EXPECT_EQ(t.Value(3), "C");
+  t.Clear();
+  EXPECT_EQ(t.Count(), 0);
+}
+
+}  // namespace vessik

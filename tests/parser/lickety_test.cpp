@@ -133,3 +133,54 @@ TEST(Lickety, MissingFile) {
 }
 
 }  // namespace vessik
+
+namespace vessik {
+namespace {
+
+std::vector<std::string> Rest(Lickety::Lines& lines) {
+  std::vector<std::string> out;
+  std::string_view line;
+  while (lines.Next(line)) out.emplace_back(line);
+  return out;
+}
+
+}  // namespace
+
+TEST(LicketyLines, SplitAtALineStartGivesTheSameLinesInTwoParts) {
+  const std::string text = "a\r\nbb\r\r\nccc\r\n\r\nd\r\ntail";
+  Lickety::Lines whole(FileBytes(text), 0, "\r\n");
+  const std::vector<std::string> all = Rest(whole);
+  EXPECT_EQ(all, (std::vector<std::string>{"a", "bb\r", "ccc", "", "d"}));
+
+  Lickety::Lines front(FileBytes(text), 0, "\r\n");
+  // From byte 4 on, the next line starts behind "bb\r\r\n".
+  const size_t at = front.LineStartFrom(4);
+  EXPECT_EQ(at, 8u);
+  EXPECT_EQ(front.CountDelimiters(0, at), 2u);
+  EXPECT_EQ(front.MaxLines(0, at), 3u);
+  Lickety::Lines back = front.SplitAt(at);
+  Lickety::Lines backCopy = back;
+  EXPECT_EQ(Rest(front), (std::vector<std::string>{"a", "bb\r"}));
+  EXPECT_EQ(Rest(back), (std::vector<std::string>{"ccc", "", "d"}));
+  EXPECT_EQ(Rest(backCopy), (std::vector<std::string>{"ccc", "", "d"}));
+}
+
+TEST(LicketyLines, NoSplitBehindTheLastLineEndOrForASelfOverlappingDelimiter) {
+  Lickety::Lines lines(FileBytes(std::string("ab\nc\nlong tail")), 0, "\n");
+  EXPECT_EQ(lines.LineStartFrom(0), 3u);
+  // The next line end is the last one: nothing would be left behind it.
+  EXPECT_EQ(lines.LineStartFrom(3), 0u);
+  EXPECT_EQ(lines.LineStartFrom(6), 0u);
+  Lickety::Lines overlapping(FileBytes(std::string("xaaayaaz")), 0, "aa");
+  EXPECT_EQ(overlapping.LineStartFrom(0), 0u);
+}
+
+TEST(LicketyLines, CountDelimitersCountsWholeOnesInsideTheRange) {
+  Lickety::Lines lines(FileBytes(std::string("\r\n\n\r\n\r\r\n")), 0, "\r\n");
+  EXPECT_EQ(lines.CountDelimiters(0, 8), 3u);
+  // A delimiter cut by the range's start does not count.
+  EXPECT_EQ(lines.CountDelimiters(1, 8), 2u);
+  EXPECT_EQ(lines.CountDelimiters(0, 4), 1u);
+}
+
+}  // namespace vessik
