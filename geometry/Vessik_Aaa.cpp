@@ -1,14 +1,23 @@
 #include "geometry/Vessik_Aaa.h"
 
 #include <cmath>
+#include <cstring>
 
 #include "parser/Vessik_Error.h"
 
 namespace vessik {
 
 void Vessik_Aaa::trans(Vessik_Point& O, const Vessik_Point& Pt, const Vessik_Point& vector) const {
-  Matrix M;
-  matrix_from_normal(vector, M);
+  const double v[3] = {vector.X, vector.Y, vector.Z};
+  // Compared bit for bit: a zero's sign, or a NaN's bits, may change the matrix.
+  if (!known_ || std::memcmp(v, knownVector_, sizeof v) != 0) {
+    // A direction that fails leaves nothing kept, and fails again when asked again.
+    known_ = false;
+    matrix_from_normal(vector, knownMatrix_);
+    std::memcpy(knownVector_, v, sizeof v);
+    known_ = true;
+  }
+  const Matrix& M = knownMatrix_;
   // Built in a local point first, so that O and Pt may be one object.
   Vessik_Point T;
   T.X = Pt.Y * M[0][1] + Pt.X * M[0][0] + Pt.Z * M[0][2] + M[0][3];

@@ -18,6 +18,8 @@ class Vessik_Aaa {
   using Matrix = double[4][4];
 
   // O = Pt taken in the object coordinates of the direction vector. O may be Pt.
+  // The matrix of the last direction is kept: the segments of one entity share
+  // theirs, and the same bits of a direction always give the same matrix.
   void trans(Vessik_Point& O, const Vessik_Point& Pt, const Vessik_Point& vector) const;
 
   void axis_x(Vessik_Point& Ax, const Vessik_Point& N) const;
@@ -48,6 +50,12 @@ class Vessik_Aaa {
     segment.Y2 = O.Y;
     segment.Z2 = O.Z;
   }
+
+ private:
+  // The last direction trans was given, and its matrix.
+  mutable bool known_ = false;
+  mutable double knownVector_[3] = {0, 0, 0};
+  mutable Matrix knownMatrix_ = {};
 };
 
 }  // namespace vessik

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "geometry/Vessik_Aaa.h"
 #include "parser/Vessik_Error.h"
 
@@ -56,6 +58,35 @@ TEST(Aaa, ThresholdJumpAtOneSixtyFourth) {
   aaa.axis_x(ax, Vessik_Point(0.0156, 0, 1));
   EXPECT_GT(ax.X, 0.99);
   EXPECT_EQ(ax.Y, 0);
+}
+
+TEST(Aaa, OneObjectForManyPointsAndDirectionsGivesWhatFreshOnesGive) {
+  // The matrix kept for the last direction: a zero's sign and a failing direction
+  // in between change nothing for the others.
+  const Vessik_Point directions[] = {{0, 0, 1}, {0.3, -0.4, 0.8}, {0, 0, 1},  {-0.0, 0, 1},
+                                     {0, 0, 0}, {0.3, -0.4, 0.8}, {-1, 0, 0}, {0.01, 0.001, -1}};
+  const Vessik_Point p(2.5, -3.25, 7);
+  Vessik_Aaa shared;
+  for (const Vessik_Point& n : directions) {
+    for (int repeat = 0; repeat < 2; ++repeat) {
+      Vessik_Point fromShared;
+      int32_t sharedFailure = 0;
+      try {
+        shared.trans(fromShared, p, n);
+      } catch (const Vessik_Error& e) {
+        sharedFailure = e.Number();
+      }
+      if (n.X == 0 && n.Y == 0 && n.Z == 0) {
+        EXPECT_EQ(sharedFailure, 11);
+        continue;
+      }
+      ASSERT_EQ(sharedFailure, 0);
+      const Vessik_Point fresh = Trans(p, n);
+      EXPECT_EQ(std::memcmp(&fromShared.X, &fresh.X, sizeof(double)), 0);
+      EXPECT_EQ(std::memcmp(&fromShared.Y, &fresh.Y, sizeof(double)), 0);
+      EXPECT_EQ(std::memcmp(&fromShared.Z, &fresh.Z, sizeof(double)), 0);
+    }
+  }
 }
 
 TEST(Aaa, ZAxisKeepsItsLength) {

@@ -267,9 +267,8 @@ def test_threads_parse_side_by_side(tmp_path):
             t.join()
         return time.perf_counter() - start, [texts[p] for p in drawings]
 
-    # Best of up to ten tries: other work on the machine slows one side or the other.
     best = None
-    for _ in range(10):
+    for _ in range(5):
         in_turn, texts_in_turn = timed([drawings])
         side_by_side, texts_side_by_side = timed([[p] for p in drawings])
         assert texts_in_turn == texts_side_by_side == expected
