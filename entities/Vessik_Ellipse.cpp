@@ -214,24 +214,25 @@ bool Vessik_Ellipse::BuildPass(int32_t n, double Tolerance) {
   return true;
 }
 
-double Vessik_Ellipse::PieceError(const Vessik_BiArc& B, const Vessik_Point& Pt) {
-  return B.get_biarc_fitting_error(Pt);
+bool Vessik_Ellipse::PieceMisses(const Vessik_BiArc& B, const Vessik_Point& Pt, double Limit) {
+  return B.get_biarc_fitting_error(Pt) >= Limit;
 }
 
-double Vessik_Ellipse::PieceError(const Vessik_BiArcArcs& B, const Vessik_Point& Pt) {
-  return B.FittingError(Pt);
+bool Vessik_Ellipse::PieceMisses(const Vessik_BiArcArcs& B, const Vessik_Point& Pt, double Limit) {
+  return B.MissesBy(Pt, Limit);
 }
 
 template <class Piece>
 bool Vessik_Ellipse::CheckQuarterPoints(const Piece& B, double Tolerance, double t0,
                                         double t1) const {
+  // The greatest error, starting from MostNegative, is below the tolerance
+  // exactly when MostNegative is and no error reaches it.
   const double d = (t1 - t0) / 4;
-  double M = MostNegative;
+  bool fits = MostNegative < Tolerance;
   for (int32_t i = 1; i <= 3; ++i) {
-    double e = PieceError(B, EllipsePoint(i * d + t0));
-    if (e > M) M = e;
+    if (PieceMisses(B, EllipsePoint(i * d + t0), Tolerance)) fits = false;
   }
-  return M < Tolerance;
+  return fits;
 }
 
 void Vessik_Ellipse::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {

@@ -60,8 +60,8 @@ class Vessik_Ellipse : public Vessik_Entity {
   // at its three quarter points.
   template <class Piece>
   bool CheckQuarterPoints(const Piece& B, double Tolerance, double t0, double t1) const;
-  static double PieceError(const Vessik_BiArc& B, const Vessik_Point& Pt);
-  static double PieceError(const Vessik_BiArcArcs& B, const Vessik_Point& Pt);
+  static bool PieceMisses(const Vessik_BiArc& B, const Vessik_Point& Pt, double Limit);
+  static bool PieceMisses(const Vessik_BiArcArcs& B, const Vessik_Point& Pt, double Limit);
 
   double axisAngle_ = 0;
   double cosAxis_ = 1;

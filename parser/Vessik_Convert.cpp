@@ -1,6 +1,7 @@
 #include "parser/Vessik_Convert.h"
 
 #include <array>
+#include <bit>
 #include <charconv>
 #include <clocale>
 #include <cmath>
@@ -402,15 +403,15 @@ void WriteEightDigits(char* out, uint32_t value) {
 // The value rounded to 15 significant digits as %.15G rounds it, for magnitudes
 // from 1E-4 up to 1E+15, without a search for the shortest form: the value is
 // m * 2^e with an integer m of 53 bits, so m * 10^k * 2^e is worked out exactly in
-// 128-bit integers and rounded half to even to an integer of 15 digits. Trailing
-// zeros are removed. False outside that range.
-bool RoundTo15DigitsExactly(double value, char* digits, int& count, int& exp10, bool& negative) {
+// 128-bit integers and rounded half to even to an integer n of 15 digits, the value
+// being n * 10^(exp10 - 14). 0 outside that range.
+uint64_t RoundTo15DigitInteger(double value, int& exp10) {
   // The doubles nearest the powers of ten from 1E-4 to 1E+15. The decade they give
   // is checked against the size of the 15-digit integer below all the same.
   static constexpr double kDecades[] = {1e-4, 1e-3, 1e-2, 1e-1, 1e0,  1e1,  1e2,  1e3,  1e4,  1e5,
                                         1e6,  1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
   const double a = std::fabs(value);
-  if (!(a >= 1e-4 && a < 1e15)) return false;
+  if (!(a >= 1e-4 && a < 1e15)) return 0;
   uint64_t bits;
   std::memcpy(&bits, &value, sizeof bits);
   const uint64_t m = (bits & ((uint64_t{1} << 52) - 1)) | (uint64_t{1} << 52);
@@ -425,7 +426,7 @@ bool RoundTo15DigitsExactly(double value, char* digits, int& count, int& exp10, 
   exp10 = decade - 4;
   for (;;) {
     const int k = 14 - exp10;
-    if (k < 0) return false;
+    if (k < 0) return 0;
     const UInt128 product = static_cast<UInt128>(m) * kPow10[k];
     uint64_t n = static_cast<uint64_t>(product >> shift);
     if (n >= kPow10[15]) {
@@ -433,7 +434,7 @@ bool RoundTo15DigitsExactly(double value, char* digits, int& count, int& exp10, 
       ++exp10;
       continue;
     }
-    if (n < kPow10[14]) return false;
+    if (n < kPow10[14]) return 0;
     const UInt128 rest = product & ((static_cast<UInt128>(1) << shift) - 1);
     const UInt128 half = static_cast<UInt128>(1) << (shift - 1);
     if (rest > half || (rest == half && (n & 1) != 0)) ++n;
@@ -442,17 +443,23 @@ bool RoundTo15DigitsExactly(double value, char* digits, int& count, int& exp10, 
       n = kPow10[14];
       ++exp10;
     }
-    if (exp10 >= 15) return false;
-    negative = value < 0;
-    // Seven digits, then eight, two at a time.
-    char text[16];
-    WriteEightDigits(text, static_cast<uint32_t>(n / 100000000));
-    WriteEightDigits(text + 8, static_cast<uint32_t>(n % 100000000));
-    count = 15;
-    while (text[count] == '0') --count;
-    std::memcpy(digits, text + 1, 15);
-    return true;
+    return exp10 < 15 ? n : 0;
   }
+}
+
+// The same as digits: the 15 of them with trailing zeros removed.
+bool RoundTo15DigitsExactly(double value, char* digits, int& count, int& exp10, bool& negative) {
+  const uint64_t n = RoundTo15DigitInteger(value, exp10);
+  if (n == 0) return false;
+  negative = value < 0;
+  // Seven digits, then eight, two at a time.
+  char text[16];
+  WriteEightDigits(text, static_cast<uint32_t>(n / 100000000));
+  WriteEightDigits(text + 8, static_cast<uint32_t>(n % 100000000));
+  count = 15;
+  while (text[count] == '0') --count;
+  std::memcpy(digits, text + 1, 15);
+  return true;
 }
 
 // The same for every finite non-zero value. Outside the range of the integer path:
@@ -490,6 +497,70 @@ void RoundTo15Digits(double value, char* digits, int& count, int& exp10, bool& n
   while (count > 1 && digits[count - 1] == '0') --count;
 }
 
+// v < 10^8 as the character codes of its eight digits, the first in the lowest
+// byte, put together from four pairs in registers so that no byte goes through
+// memory on its own.
+uint64_t EightDigitChars(uint32_t v) {
+  static constexpr auto kPairs = [] {
+    std::array<uint16_t, 100> pairs{};
+    for (int i = 0; i < 100; ++i)
+      pairs[i] = static_cast<uint16_t>(('0' + i / 10) | ('0' + i % 10) << 8);
+    return pairs;
+  }();
+  const uint32_t high = v / 10000;
+  const uint32_t low = v % 10000;
+  return kPairs[high / 100] | static_cast<uint64_t>(kPairs[high % 100]) << 16 |
+         static_cast<uint64_t>(kPairs[low / 100]) << 32 |
+         static_cast<uint64_t>(kPairs[low % 100]) << 48;
+}
+
+// The digits of n, 10^14 <= n < 10^15, as character codes in one 128-bit word,
+// the first digit in the lowest byte; count is the number of digits without the
+// trailing zeros.
+UInt128 FifteenDigitChars(uint64_t n, int& count) {
+  constexpr uint64_t kZeros = 0x3030303030303030ULL;
+  const uint64_t high = EightDigitChars(static_cast<uint32_t>(n / 100000000));
+  const uint64_t low = EightDigitChars(static_cast<uint32_t>(n % 100000000));
+  // The first byte of high is the '0' before the seven leading digits.
+  const uint64_t lowValues = low ^ kZeros;
+  count = lowValues != 0 ? 8 + (63 - __builtin_clzll(lowValues)) / 8
+                         : (63 - __builtin_clzll(high ^ kZeros)) / 8;
+  return (static_cast<UInt128>(low) << 56) | (high >> 8);
+}
+
+// The plain forms of a value from 1E-4 up to 1E+15 with a one-character separator,
+// written with whole-word stores; this is where a drawing's coordinates go. Uses
+// up to 22 characters of room at out. Null for anything else.
+char* WritePlainDouble(char* out, double value, char sep) {
+  if constexpr (std::endian::native != std::endian::little) return nullptr;
+  int exp10 = 0;
+  const uint64_t n = RoundTo15DigitInteger(value, exp10);
+  if (n == 0 || exp10 < -4) return nullptr;
+  if (value < 0) *out++ = '-';
+  int count = 0;
+  UInt128 chars = FifteenDigitChars(n, count);
+  const UInt128 point = static_cast<unsigned char>(sep);
+  if (exp10 >= 0) {
+    const int whole = exp10 + 1;
+    if (count > whole) {
+      // The separator goes in after the whole digits, the rest move up a byte.
+      const UInt128 wholeBytes = (static_cast<UInt128>(1) << (8 * whole)) - 1;
+      chars = (chars & wholeBytes) | (point << (8 * whole)) | ((chars & ~wholeBytes) << 8);
+      std::memcpy(out, &chars, sizeof chars);
+      return out + count + 1;
+    }
+    // The digits beyond count are the zeros that fill up the whole part.
+    std::memcpy(out, &chars, sizeof chars);
+    return out + whole;
+  }
+  const int zeros = -exp10 - 1;
+  out[0] = '0';
+  out[1] = sep;
+  std::memcpy(out + 2, "000", 3);
+  std::memcpy(out + 2 + zeros, &chars, sizeof chars);
+  return out + 2 + zeros + count;
+}
+
 }  // namespace
 
 char* WriteDouble(char* out, double value, std::string_view sep) {
@@ -511,8 +582,14 @@ char* WriteDouble(char* out, double value, std::string_view sep) {
     return out;
   }
   // Whole numbers of at most 15 digits are their own 15-digit form.
-  if (std::fabs(value) < 1e15 && std::trunc(value) == value) {
-    return std::to_chars(out, out + 24, static_cast<int64_t>(value)).ptr;
+  // (Converted to an integer and back, a value below 1E+15 is itself only when it
+  // is whole: the same test as trunc, without a call into the C library.)
+  if (std::fabs(value) < 1e15) {
+    const int64_t whole = static_cast<int64_t>(value);
+    if (static_cast<double>(whole) == value) return std::to_chars(out, out + 24, whole).ptr;
+  }
+  if (sep.size() == 1) {
+    if (char* end = WritePlainDouble(out, value, sep[0])) return end;
   }
   // The significant digits of the value rounded to 15 of them, and its decimal
   // exponent.

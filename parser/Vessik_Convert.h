@@ -36,7 +36,8 @@ void AppendDouble(std::string& out, double value);
 std::string DoubleToText(double value);
 
 // The same written at out, with sep as the decimal separator; returns the end.
-// Writes at most MaxDoubleChars(sep) characters.
+// Uses at most MaxDoubleChars(sep) characters of room at out: the text, and
+// scratch beyond its end.
 char* WriteDouble(char* out, double value, std::string_view sep);
 constexpr size_t MaxDoubleChars(std::string_view sep) {
   // "-d" and 14 more digits, "E-308" or the zeros after "0", and the separator.

@@ -181,6 +181,86 @@ const Vessik_Array2D& Vessik_BSpline::ders_basis_functions(int32_t span, double 
   return ders;
 }
 
+template <int P, int N>
+void Vessik_BSpline::FixedDegreeEvaluate(int32_t span, double u, double (&CK)[2][3]) const {
+  // ders_basis_functions and bspline_ders_evaluate in the textbook layout, with
+  // ndu(r, j) the basis function r of degree j on and above the diagonal and the
+  // knot differences below it; the caller has checked every index.
+  const double* K = Knots.data();
+  double ndu[P + 1][P + 1];
+  double left[P + 1];
+  double right[P + 1];
+  ndu[0][0] = 1;
+  for (int j = 1; j <= P; ++j) {
+    left[j] = u - K[span - j + 1];
+    right[j] = K[span + j] - u;
+    double saved = 0;
+    for (int r = 0; r <= j - 1; ++r) {
+      ndu[j][r] = right[r + 1] + left[j - r];
+      double temp = ndu[r][j - 1] / ndu[j][r];
+      ndu[r][j] = saved + right[r + 1] * temp;
+      saved = left[j - r] * temp;
+    }
+    ndu[j][j] = saved;
+  }
+  double ders[N + 1][P + 1];
+  for (int j = 0; j <= P; ++j) ders[0][j] = ndu[j][P];
+  if constexpr (N == 1) {
+    // The first derivatives: with k = 1 only the ends of the a-rows take part.
+    for (int r = 0; r <= P; ++r) {
+      double d = 0;
+      if (r >= 1) {
+        const double a0 = 1 / ndu[P][r - 1];
+        d = a0 * ndu[r - 1][P - 1];
+      }
+      if (r <= P - 1) {
+        const double a1 = -1.0 / ndu[P][r];
+        d = d + a1 * ndu[r][P - 1];
+      }
+      ders[1][r] = d;
+    }
+    const double f = P;
+    for (int j = 0; j <= P; ++j) ders[1][j] = ders[1][j] * f;
+  }
+  for (int k = 0; k <= N; ++k) {
+    double x = 0;
+    double y = 0;
+    double w = 0;
+    for (int j = 0; j <= P; ++j) {
+      const Vessik_Point& Pt = HCPoints[static_cast<size_t>(span - P + j)];
+      const double b = ders[k][j];
+      x = x + Pt.X * b;
+      y = y + Pt.Y * b;
+      w = w + Pt.Z * b;
+    }
+    CK[k][0] = x;
+    CK[k][1] = y;
+    CK[k][2] = w;
+  }
+}
+
+bool Vessik_BSpline::EvaluateLowOrder(int32_t n, double u, double (&CK)[2][3]) {
+  if ((n != 0 && n != 1) || (Degree != 2 && Degree != 3)) return false;
+  const int32_t span = findspan(u);
+  const int64_t p = Degree;
+  const int64_t s = span;
+  if (s - p >= 0 && s + p <= LastKnot() && s < static_cast<int64_t>(HCPoints.size())) {
+    if (Degree == 2) {
+      n == 0 ? FixedDegreeEvaluate<2, 0>(span, u, CK) : FixedDegreeEvaluate<2, 1>(span, u, CK);
+    } else {
+      n == 0 ? FixedDegreeEvaluate<3, 0>(span, u, CK) : FixedDegreeEvaluate<3, 1>(span, u, CK);
+    }
+    return true;
+  }
+  // Knots or points outside the vectors: the general path marks, skips or fails.
+  ck_.Reset(static_cast<int64_t>(n) + 1, 3);
+  const Vessik_Array2D& G = DersAtSpan(n, u, span);
+  for (int32_t k = 0; k <= n; ++k) {
+    for (int32_t c = 0; c < 3; ++c) CK[k][c] = G(k, c);
+  }
+  return true;
+}
+
 void Vessik_BSpline::FreeWorkArrays() {
   ndu_ = Vessik_Array2D();
   a_ = Vessik_Array2D();
@@ -191,10 +271,13 @@ void Vessik_BSpline::FreeWorkArrays() {
 }
 
 const Vessik_Array2D& Vessik_BSpline::bspline_ders_evaluate(int32_t n, double u) {
+  ck_.Reset(static_cast<int64_t>(n) + 1, 3);
+  return DersAtSpan(n, u, findspan(u));
+}
+
+const Vessik_Array2D& Vessik_BSpline::DersAtSpan(int32_t n, double u, int32_t span) {
   const int32_t p = Degree;
   Vessik_Array2D& CK = ck_;
-  CK.Reset(static_cast<int64_t>(n) + 1, 3);
-  int32_t span = findspan(u);
   const Vessik_Array2D& nders = ders_basis_functions(span, u, n);
   const int32_t du = static_cast<int32_t>(MinOf(n, p));
   const int32_t upper = static_cast<int32_t>(HCPoints.size()) - 1;

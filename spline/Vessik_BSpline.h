@@ -26,9 +26,20 @@ class Vessik_BSpline {
   // Gives back the memory of the work arrays; the next call sizes them again.
   void FreeWorkArrays();
 
+  // Row 0 of bspline_ders_evaluate(n, u) and, for n = 1, row 1, into CK: the same
+  // numbers by the same operations, for n of 0 or 1 and the usual degrees 2 and 3,
+  // in fixed-size arrays the compiler unrolls. False, with nothing done, for any
+  // other case, and where the span's knots or points do not all lie within the
+  // vectors: those need the general path, with its marks and failures.
+  bool EvaluateLowOrder(int32_t n, double u, double (&CK)[2][3]);
+
  private:
   // A knot by index; an index outside the vector raises 9.
   double Knot(int64_t i) const;
+  // bspline_ders_evaluate once the span is found, into the zeroed ck_.
+  const Vessik_Array2D& DersAtSpan(int32_t n, double u, int32_t span);
+  template <int P, int N>
+  void FixedDegreeEvaluate(int32_t span, double u, double (&CK)[2][3]) const;
   int32_t LastKnot() const { return static_cast<int32_t>(Knots.size()) - 1; }
 
   int32_t Degree = 0;

@@ -45,6 +45,15 @@ double Vessik_BiArcArcs::FittingError(const Vessik_Point& Pt) const {
   return ArcsFittingError(O1, R1, SA1, EA1, O2, R2, Pt);
 }
 
+bool Vessik_BiArcArcs::MissesBy(const Vessik_Point& Pt, double Limit) const {
+  if (Count < 2) return 0 >= Limit;
+  // The two candidates of ArcsFittingError, in its own arithmetic.
+  const bool first = std::abs(std::abs(R1) - O1.Distance(Pt)) >= Limit;
+  const bool second = std::abs(std::abs(R2) - O2.Distance(Pt)) >= Limit;
+  if (first == second) return first;
+  return ArcsFittingError(O1, R1, SA1, EA1, O2, R2, Pt) >= Limit;
+}
+
 void Vessik_BiArc::Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessik_Color>& pColor) {
   // The layout does nothing but arithmetic on the points and tangents: it can
   // come before the fields that Init sets first.

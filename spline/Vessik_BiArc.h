@@ -40,6 +40,9 @@ struct Vessik_BiArcArcs {
   // The fitting error of the biarc these values describe: the same number that
   // get_biarc_fitting_error gives for the built biarc.
   double FittingError(const Vessik_Point& Pt) const;
+  // FittingError(Pt) >= Limit. The angle of Pt, the costly part, is only worked
+  // out when the two arcs' radial distances fall on different sides of Limit.
+  bool MissesBy(const Vessik_Point& Pt, double Limit) const;
 };
 
 class Vessik_BiArc {

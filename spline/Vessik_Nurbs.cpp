@@ -44,15 +44,31 @@ Vessik_Point Vessik_Nurbs::HCPoint2Point(double X, double Y, double W) {
 }
 
 void Vessik_Nurbs::Evaluate(int32_t n, double u, Vessik_Point& Point, double& tangent) {
+  double low[2][3];
+  if (Evaluator.EvaluateLowOrder(n, u, low)) {
+    PointAndTangent(n, low[0], low[1], Point, tangent);
+    return;
+  }
   const Vessik_Array2D& CK = Evaluator.bspline_ders_evaluate(n, u);
-  Point = HCPoint2Point(CK(0, 0), CK(0, 1), CK(0, 2));
+  const double row0[3] = {CK(0, 0), CK(0, 1), CK(0, 2)};
+  if (n <= 0) {
+    PointAndTangent(n, row0, row0, Point, tangent);
+    return;
+  }
+  const double row1[3] = {CK(1, 0), CK(1, 1), CK(1, 2)};
+  PointAndTangent(n, row0, row1, Point, tangent);
+}
+
+void Vessik_Nurbs::PointAndTangent(int32_t n, const double (&CK0)[3], const double (&CK1)[3],
+                                   Vessik_Point& Point, double& tangent) {
+  Point = HCPoint2Point(CK0[0], CK0[1], CK0[2]);
   if (n <= 0) return;
   // Quotient rule for x/w and y/w.
-  const double w = CK(0, 2);
-  const double dw = CK(1, 2);
+  const double w = CK0[2];
+  const double dw = CK1[2];
   double d[2];
   for (int32_t c = 0; c <= 1; ++c) {
-    d[c] = (CK(1, c) * w - dw * CK(0, c)) / (w * w);
+    d[c] = (CK1[c] * w - dw * CK0[c]) / (w * w);
   }
   tangent = ArcTan2(d[0], d[1]);
 }

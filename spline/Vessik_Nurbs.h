@@ -33,6 +33,10 @@ class Vessik_Nurbs {
   void CPoints2HCPoints();
   // The homogeneous coordinates (x*w, y*w, w) back to a plane point.
   static Vessik_Point HCPoint2Point(double X, double Y, double W);
+  // The point from row 0 of the homogeneous derivatives and, for n above 0, the
+  // tangent direction from rows 0 and 1.
+  static void PointAndTangent(int32_t n, const double (&CK0)[3], const double (&CK1)[3],
+                              Vessik_Point& Point, double& tangent);
   double Knot(int32_t i) const;
   void KnotCheck();
   void ControlPointCheck(double Tolerance);

@@ -19,14 +19,14 @@ namespace {
 constexpr double kEndGap = 1e-9;
 constexpr int32_t kMaxIterations = 10000;
 
-// The fitting error of a built biarc, and of one only worked out: the same
-// number for the same piece.
-double FittingError(const Vessik_BiArc& B, const Vessik_Point& Pt) {
-  return B.get_biarc_fitting_error(Pt);
+// Whether the fitting error of a built biarc, or of one only worked out, is Limit
+// or more at Pt: the same answer for the same piece.
+bool MissesBy(const Vessik_BiArc& B, const Vessik_Point& Pt, double Limit) {
+  return B.get_biarc_fitting_error(Pt) >= Limit;
 }
 
-double FittingError(const Vessik_BiArcArcs& B, const Vessik_Point& Pt) {
-  return B.FittingError(Pt);
+bool MissesBy(const Vessik_BiArcArcs& B, const Vessik_Point& Pt, double Limit) {
+  return B.MissesBy(Pt, Limit);
 }
 
 double LastOf(const std::vector<double>& Knots) {
@@ -168,17 +168,20 @@ bool Vessik_Spline::BiarcFits(const Vessik_BiArcArcs& Arcs, double Limit, double
 
 template <class Piece>
 bool Vessik_Spline::WorstMissBelow(const Piece& BiArc, double Limit, double U0, double U1) {
+  // The greatest error, starting from MostNegative, is below Limit exactly when
+  // MostNegative is and no error reaches Limit: an error that is not a number
+  // is never the greatest. All five points are evaluated whatever the first
+  // ones show, as an evaluation may fail.
   const double du = (U1 - U0) / 5.0;
-  double Worst = MostNegative;
+  bool fits = MostNegative < Limit;
   Vessik_Point Pt;
   double Dummy = 0;
   for (int32_t i = 1; i <= 5; ++i) {
     const double u = i * du + U0;
     nurbs_->Evaluate(0, u, Pt, Dummy);
-    const double e = FittingError(BiArc, Pt);
-    if (e > Worst) Worst = e;
+    if (MissesBy(BiArc, Pt, Limit)) fits = false;
   }
-  return Worst < Limit;
+  return fits;
 }
 
 Vessik_Spline::GeoList Vessik_Spline::Biarcs2Geos(const Vessik_Collection<BiArcList>& BiArcs) {

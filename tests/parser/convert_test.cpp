@@ -490,6 +490,45 @@ TEST(NumberToText, MatchesFifteenSignificantDigitsAroundEveryDecade) {
   EXPECT_EQ(one.mismatches, 0);
 }
 
+// Every count of digits from 1 to 15 with the point in every place, from
+// 0.0001... up to the whole numbers, as drawings hold them.
+TEST(NumberToText, MatchesFifteenSignificantDigitsForEveryPlaceOfThePoint) {
+  ASSERT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
+  std::mt19937_64 random(23112026);
+  TextCheck check;
+  for (int digits = 1; digits <= 15; ++digits) {
+    for (int point = -4; point <= 15; ++point) {
+      for (int i = 0; i < 200; ++i) {
+        std::string text = std::to_string(1 + random() % 9);
+        while (static_cast<int>(text.size()) < digits)
+          text += static_cast<char>('0' + random() % 10);
+        const double x =
+            std::strtod((text + "E" + std::to_string(point - digits + 1)).c_str(), nullptr);
+        check(x);
+        check(-x);
+      }
+    }
+  }
+  EXPECT_EQ(check.mismatches, 0);
+}
+
+// The text and any scratch stay within MaxDoubleChars characters.
+TEST(NumberToText, WritesWithinItsRoom) {
+  std::mt19937_64 random(24112026);
+  std::uniform_real_distribution<double> exponent(-6, 17);
+  for (const std::string_view sep : {std::string_view("."), std::string_view(",,")}) {
+    for (int i = 0; i < 20000; ++i) {
+      double x = std::pow(10.0, exponent(random));
+      if (i % 2 == 1) x = -x;
+      char buf[64];
+      std::memset(buf, 'x', sizeof buf);
+      const char* end = WriteDouble(buf, x, sep);
+      ASSERT_LE(end - buf, static_cast<ptrdiff_t>(MaxDoubleChars(sep)));
+      for (size_t k = MaxDoubleChars(sep); k < sizeof buf; ++k) ASSERT_EQ(buf[k], 'x') << x;
+    }
+  }
+}
+
 // Plain decimals of every length up to 17 digits, and with up to 17 decimals, read
 // as C's strtod reads them: the correctly rounded double.
 TEST(TextToNumber, PlainDecimalsReadAsTheCorrectlyRoundedDouble) {

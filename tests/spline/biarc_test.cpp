@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <random>
 #include <vector>
 
 #include "geometry/Vessik_ArcGeo.h"
@@ -248,6 +249,36 @@ TEST(BiArcTrial, WorksOutWhatInitBuilds) {
           << p.X << " " << p.Y;
     }
   }
+}
+
+TEST(BiArcTrial, MissesByAnswersAsTheFittingErrorWould) {
+  std::mt19937_64 random(23112026);
+  std::uniform_real_distribution<double> coordinate(-3, 3);
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  int angleDecided = 0;
+  for (const Vessik_BiArc& piece : Pieces()) {
+    Vessik_BiArc tried = piece;
+    Vessik_BiArcArcs arcs;
+    tried.Trial(arcs);
+    for (int i = 0; i < 2000; ++i) {
+      const Vessik_Point p{coordinate(random), coordinate(random), 0};
+      const double e = arcs.FittingError(p);
+      // Limits at the error itself, on both sides of it, and odd ones.
+      for (double limit : {e, std::nextafter(e, 0.0), std::nextafter(e, 1.0), 0.01, 0.0, -1.0, nan,
+                           std::numeric_limits<double>::infinity()}) {
+        ASSERT_EQ(arcs.MissesBy(p, limit), e >= limit) << p.X << " " << p.Y << " " << limit;
+      }
+      if (arcs.Count == 2) {
+        const double e1 = std::abs(arcs.R1 - arcs.O1.Distance(p));
+        const double e2 = std::abs(arcs.R2 - arcs.O2.Distance(p));
+        if ((e1 >= 0.01) != (e2 >= 0.01)) ++angleDecided;
+      }
+    }
+    // A point that is not a number misses nothing.
+    EXPECT_FALSE(arcs.MissesBy({nan, 0, 0}, 0.01));
+  }
+  // The cases where the angle decides were met.
+  EXPECT_GT(angleDecided, 20);
 }
 
 TEST(BiArcTrial, FailsWhereInitFails) {

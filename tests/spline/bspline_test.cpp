@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -365,6 +366,79 @@ TEST(BSplineEvaluate, AResultDoesNotDependOnTheCallsBefore) {
           SameBits(used.ders_basis_functions(span, u, n), basis.ders_basis_functions(span, u, n)));
     }
   }
+}
+
+// The unrolled path for degrees 2 and 3 gives the general path's rows bit for bit
+// and the same mark, on clamped, open and uneven knots, at every span, at the ends
+// and past them, where it falls back to the general path.
+TEST(BSplineEvaluate, LowOrderPathMatchesTheGeneralPath) {
+  const std::vector<std::vector<double>> knotSets{
+      {0, 0, 0, 0, 0.5, 1, 1, 1, 1},
+      {0, 1, 2, 3, 4, 5, 6, 7, 8, 9},
+      {0, 0, 0, 0.1, 0.35, 0.35, 0.9, 2.5, 2.5, 2.5},
+      {-3, -3, -3, -1e-9, 0, 1e-9, 4, 4, 4},
+  };
+  int lowOrder = 0;
+  int fallBack = 0;
+  for (int32_t p = 2; p <= 3; ++p) {
+    for (const std::vector<double>& knots : knotSets) {
+      for (int32_t count : {static_cast<int32_t>(knots.size()) - p - 1, 3}) {
+        std::vector<Vessik_Point> pts;
+        for (int32_t i = 0; i < count; ++i) {
+          pts.push_back(Vessik_Point(std::cos(i * 0.7) * 30, i * 1.5 - 4, 0.5 + 0.25 * (i % 4)));
+        }
+        Vessik_BSpline curve;
+        curve.Init(p, knots, pts);
+        const double lo = knots.front();
+        const double hi = knots.back();
+        for (int step = -2; step <= 202; ++step) {
+          const double u = lo + (hi - lo) * step / 200.0;
+          for (int32_t n = 0; n <= 1; ++n) {
+            SCOPED_TRACE(std::to_string(p) + " " + std::to_string(count) + " " + std::to_string(n) +
+                         " " + std::to_string(u));
+            std::optional<int32_t> generalFailure;
+            CurvePointValid() = true;
+            Vessik_Array2D general;
+            try {
+              general = curve.bspline_ders_evaluate(n, u);
+            } catch (const Vessik_Error& e) {
+              generalFailure = e.Number();
+            }
+            const bool generalValid = CurvePointValid();
+            CurvePointValid() = true;
+            double rows[2][3];
+            try {
+              ASSERT_TRUE(curve.EvaluateLowOrder(n, u, rows));
+              ASSERT_FALSE(generalFailure.has_value());
+            } catch (const Vessik_Error& e) {
+              ASSERT_EQ(generalFailure, e.Number());
+              continue;
+            }
+            EXPECT_EQ(CurvePointValid(), generalValid);
+            for (int32_t k = 0; k <= n; ++k) {
+              for (int32_t c = 0; c < 3; ++c) {
+                const double g = general(k, c);
+                EXPECT_EQ(std::memcmp(&rows[k][c], &g, sizeof g), 0) << k << " " << c;
+              }
+            }
+            const int32_t span = curve.findspan(u);
+            const bool inside =
+                span - p >= 0 && span + p < static_cast<int32_t>(knots.size()) && span < count;
+            ++(inside ? lowOrder : fallBack);
+          }
+        }
+      }
+    }
+  }
+  EXPECT_GT(lowOrder, 1000);
+  EXPECT_GT(fallBack, 100);
+  // Other degrees and orders are left to the general path.
+  Vessik_BSpline quartic;
+  quartic.Init(4, {0, 0, 0, 0, 0, 1, 1, 1, 1, 1},
+               std::vector<Vessik_Point>(5, Vessik_Point(1, 1, 1)));
+  double rows[2][3];
+  EXPECT_FALSE(quartic.EvaluateLowOrder(1, 0.5, rows));
+  EXPECT_FALSE(Quadratic().EvaluateLowOrder(2, 0.5, rows));
 }
 
 }  // namespace
