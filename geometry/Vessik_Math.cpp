@@ -18,13 +18,6 @@ int32_t MakeRGB(int32_t R, int32_t G, int32_t B) {
   return static_cast<int32_t>(v);
 }
 
-double MinOf(double A, double B) {
-  return A < B ? A : B;
-}
-double MaxOf(double A, double B) {
-  return A > B ? A : B;
-}
-
 int32_t ColorFromACI(int32_t Index) {
   if (Index == INT32_MIN) RaisePlatformError(errnum::Overflow);
   int32_t a = Index < 0 ? -Index : Index;
@@ -122,15 +115,6 @@ int32_t HandleToId(std::string_view Text) {
   return RoundToLong(ReadHexNumber(Text));
 }
 
-double ArcTan2(double X, double Y) {
-  if (X == 0) {
-    double sign = Y > 0 ? 1 : (Y < 0 ? -1 : 0);
-    return sign * Pi / 2;
-  }
-  if (X > 0) return std::atan(Y / X);
-  return std::atan(Y / X) + Pi;
-}
-
 double ArcSin(double A) {
   if (A == 1) return HalfPi;
   if (A == -1) return ThreeHalfPi;
@@ -141,12 +125,6 @@ double ArcCos(double A) {
   if (A == 1) return 0;
   if (A == -1) return Pi;
   return std::atan(-A / std::sqrt((-A) * A + 1)) + 2 * std::atan(1.0);
-}
-
-double FloatMod(double A, double B) {
-  double t = A / B;
-  t = t - std::floor(t);
-  return t * B;
 }
 
 int32_t RoundToLong(double A) {

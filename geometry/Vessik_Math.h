@@ -2,6 +2,7 @@
 // normalisation, the colour rule and the walks up a chain of block references.
 #pragma once
 
+#include <cmath>
 #include <cstdint>
 #include <string_view>
 
@@ -22,13 +23,31 @@ constexpr double MostNegative = -1.79769313486231E+308;
 
 int32_t ColorFromACI(int32_t Index);
 int32_t MakeRGB(int32_t R, int32_t G, int32_t B);
-double MinOf(double A, double B);
-double MaxOf(double A, double B);
+inline double MinOf(double A, double B) {
+  return A < B ? A : B;
+}
+inline double MaxOf(double A, double B) {
+  return A > B ? A : B;
+}
 int32_t HandleToId(std::string_view Text);
-double ArcTan2(double X, double Y);
+// The angle of (X, Y) from the arc tangent of Y / X: from -Pi / 2 up to below
+// 3 Pi / 2.
+inline double ArcTan2(double X, double Y) {
+  if (X == 0) {
+    double sign = Y > 0 ? 1 : (Y < 0 ? -1 : 0);
+    return sign * Pi / 2;
+  }
+  if (X > 0) return std::atan(Y / X);
+  return std::atan(Y / X) + Pi;
+}
 double ArcSin(double A);
 double ArcCos(double A);
-double FloatMod(double A, double B);
+// A less the whole multiples of B below it: the result has the sign of B.
+inline double FloatMod(double A, double B) {
+  double t = A / B;
+  t = t - std::floor(t);
+  return t * B;
+}
 int32_t RoundToLong(double A);
 int32_t CeilToLong(double A);
 double Rad2Deg(double Angle, double Base);

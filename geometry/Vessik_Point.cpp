@@ -7,42 +7,6 @@
 
 namespace vessik {
 
-Vessik_Point Vessik_Point::Neg() const {
-  return Vessik_Point(X * -1.0, Y * -1.0, Z * -1.0);
-}
-
-Vessik_Point Vessik_Point::Add(const Vessik_Point& Pt) const {
-  return Vessik_Point(Pt.X + X, Pt.Y + Y, Pt.Z + Z);
-}
-
-Vessik_Point Vessik_Point::Substr(const Vessik_Point& Pt) const {
-  return Add(Pt.Neg());
-}
-
-Vessik_Point Vessik_Point::RMul(double u) const {
-  return Vessik_Point(X * u, Y * u, Z * u);
-}
-
-double Vessik_Point::Mul(const Vessik_Point& Pt) const {
-  return Pt.Y * Y + Pt.X * X + Pt.Z * Z;
-}
-
-double Vessik_Point::Distance(const Vessik_Point& Pt) const {
-  double dy = Pt.Y - Y;
-  double dx = Pt.X - X;
-  double dz = Pt.Z - Z;
-  return std::sqrt(dy * dy + dx * dx + dz * dz);
-}
-
-double Vessik_Point::NormAngle(const Vessik_Point& Pt) const {
-  double u = Pt.X - X;
-  double w = Pt.Y - Y;
-  double a = ArcTan2(u, w);
-  if (a > 3.14159265358979) a = a - 6.28318530717958;
-  if (a < -3.14159265358979) a = a + 6.28318530717958;
-  return a;
-}
-
 bool Vessik_Point::IsInTol(const Vessik_Point& Pt, double Tol) const {
   return Pt.X - X < Tol && Pt.Y - Y < Tol && Pt.Z - Z < Tol;
 }

@@ -225,14 +225,15 @@ double Vessik_Spline::ArcPairDeviation(PointList& Points, const Vessik_ArcGeo& A
   int32_t i = 1;
   while (i <= Points.Count()) {
     const Vessik_Point& P = Points.Item(i);
-    const double a1 = Arc1.O.NormAngle(P);
-    const double a2 = Arc2.O.NormAngle(P);
     // Ranges from the smaller to the greater angle, whatever the direction: an
-    // arc across the angle Pi counts as its complement.
+    // arc across the angle Pi counts as its complement. The angle from the second
+    // centre is only needed when the first arc does not claim the point.
+    const double a1 = Arc1.O.NormAngle(P);
     if (MinOf(Arc1.SA, Arc1.EA) <= a1 && MaxOf(Arc1.SA, Arc1.EA) >= a1) {
       const double dev = std::abs(P.Distance(Arc1.O) - std::abs(Arc1.R));
       if (Worst < dev) Worst = dev;
-    } else if (MinOf(Arc2.SA, Arc2.EA) <= a2 && MaxOf(Arc2.SA, Arc2.EA) >= a2) {
+    } else if (const double a2 = Arc2.O.NormAngle(P);
+               MinOf(Arc2.SA, Arc2.EA) <= a2 && MaxOf(Arc2.SA, Arc2.EA) >= a2) {
       const double dev = std::abs(P.Distance(Arc2.O) - std::abs(Arc2.R));
       if (Worst < dev) Worst = dev;
     } else {
