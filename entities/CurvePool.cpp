@@ -185,18 +185,27 @@ void ThreadCurvePool::Work() {
     if (!abandon_.load(std::memory_order_relaxed)) {
       try {
         job->item->Vessik_IEntity_Init(&job->settings);
+        // Freed here, the fit's memory goes back to this thread's own heap,
+        // without contending for it with the thread that fits.
+        job->item->DropInitWork();
       } catch (...) {
         failure = std::current_exception();
       }
     }
+    bool wanted;
     {
       std::lock_guard<std::mutex> lock(mutex_);
       job->failure = failure;
       job->finished = true;
       ++finished_;
+      const bool windowFull = submitted_ - Done() >= kWindow;
       Advance();
+      // The reading thread is only woken when what it may wait for has come: all
+      // fits done, a failure, or room in a full window. A wake for every fit would
+      // cost a system call and a switch of threads each.
+      wanted = finished_ == submitted_ || failedAt_ != 0 || windowFull;
     }
-    settled_.notify_all();
+    if (wanted) settled_.notify_all();
   }
 }
 

@@ -36,6 +36,9 @@ class Vessik_IEntity {
   virtual void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) = 0;
   // Derives what can be decided once, right after Read.
   virtual void Vessik_IEntity_Init(Vessik_CommonData* Data) = 0;
+  // Gives back what Init worked with and printing does not need, on the thread
+  // that made it: for an item that is only printed after this.
+  virtual void DropInitWork() {}
 };
 
 }  // namespace vessik

@@ -106,6 +106,12 @@ void Vessik_Spline::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
   }
 }
 
+void Vessik_Spline::DropInitWork() {
+  nurbs_.reset();
+  biArcs_ = Vessik_Collection<BiArcList>();
+  nodes_ = Vessik_Collection<NodeList>();
+}
+
 void Vessik_Spline::Vessik_IEntity_Release() {
   for (BiArcList& section : biArcs_) {
     for (Vessik_BiArc& B : section) B.Release();

@@ -47,6 +47,8 @@ class Vessik_Spline : public Vessik_Entity {
   void Vessik_IEntity_Init(Vessik_CommonData* Data) override;
   void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override;
   void Vessik_IEntity_Release() override;
+  // The evaluator, the biarcs and the nodes of the fit; the segments stay.
+  void DropInitWork() override;
 
   const std::vector<double>& Knots() const { return knots_; }
   const std::vector<double>& Weights() const { return weights_; }

@@ -38,6 +38,10 @@ class Vessik_Collection {
     items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(Index(position)));
   }
   void Clear() { items_.clear(); }
+  // Room for this many items, for a collection whose size is known in advance.
+  void Reserve(int32_t count) {
+    if (count > 0) items_.reserve(static_cast<size_t>(count));
+  }
 
   // Plain iteration, for loops that need no position.
   auto begin() { return items_.begin(); }

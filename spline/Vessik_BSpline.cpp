@@ -35,11 +35,6 @@ void Vessik_BSpline::Init(int32_t IniDegree, const std::vector<double>& IniKnots
   HCPoints = IniHCPoints;
 }
 
-double Vessik_BSpline::Knot(int64_t i) const {
-  if (i < 0 || i > LastKnot()) RaisePlatformError(errnum::SubscriptOutOfRange);
-  return Knots[static_cast<size_t>(i)];
-}
-
 int32_t Vessik_BSpline::findspan(double u) {
   // 64 bits: the degree is the file's and any 32-bit value of it must give a
   // defined span or a failure, never a wrapped sum.

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "geometry/Vessik_Point.h"
+#include "parser/Vessik_Error.h"
 #include "spline/Vessik_Array2D.h"
 
 namespace vessik {
@@ -35,7 +36,10 @@ class Vessik_BSpline {
 
  private:
   // A knot by index; an index outside the vector raises 9.
-  double Knot(int64_t i) const;
+  double Knot(int64_t i) const {
+    if (i < 0 || i > LastKnot()) RaisePlatformError(errnum::SubscriptOutOfRange);
+    return Knots[static_cast<size_t>(i)];
+  }
   // bspline_ders_evaluate once the span is found, into the zeroed ck_.
   const Vessik_Array2D& DersAtSpan(int32_t n, double u, int32_t span);
   template <int P, int N>

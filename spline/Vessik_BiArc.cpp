@@ -74,6 +74,7 @@ void Vessik_BiArc::Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessi
     AddLine();
     return;
   }
+  Geos.Reserve(2);
 
   auto first = std::make_shared<Vessik_ArcGeo>();
   first->Pa = Pa;

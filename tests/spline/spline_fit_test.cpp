@@ -275,6 +275,20 @@ TEST(SplineGeometry, StraightSegmentsComeBeforeArcs) {
   EXPECT_TRUE(seenArc);
 }
 
+TEST(SplineGeometry, DroppingTheFitWorkKeepsTheText) {
+  Vessik_Spline s;
+  Fit(s, CornerSpline(), 0.01, 0, 1);
+  Vessik_Layers layers;
+  const std::string before = s.Vessik_IEntity_ToString(layers);
+  ASSERT_FALSE(before.empty());
+  s.DropInitWork();
+  EXPECT_EQ(s.BiArcs().Count(), 0);
+  EXPECT_EQ(s.Nodes().Count(), 0);
+  EXPECT_EQ(s.Vessik_IEntity_ToString(layers), before);
+  s.Vessik_IEntity_Release();
+  EXPECT_EQ(s.Vessik_IEntity_ToString(layers), before);
+}
+
 TEST(SplineGeometry, ReleaseAfterFit) {
   Vessik_Spline s;
   Fit(s, SplinePairs(2, kQuadKnots, kQuadPts), 0.01);
