@@ -26,6 +26,33 @@ bool IsPooledCurve(int keywordIndex) noexcept {
          (kEntityKeywords[keywordIndex] == "ELLIPSE" || kEntityKeywords[keywordIndex] == "SPLINE");
 }
 
+namespace {
+
+// Fits each curve on the reading thread as it comes, and gives its work back at
+// once, while it is still in the cache.
+class InlineCurvePool : public CurvePool {
+ public:
+  void Submit(Vessik_IEntity* item, const Vessik_CommonData& settings) override {
+    Vessik_CommonData copy = settings;
+    item->Vessik_IEntity_Init(&copy);
+    item->DropInitWork();
+    ++fitted_;
+  }
+  int64_t Submitted() const override { return fitted_; }
+  int64_t Done() const override { return fitted_; }
+  void Settle() override {}
+  std::exception_ptr SettleQuietly() noexcept override { return nullptr; }
+
+ private:
+  int64_t fitted_ = 0;
+};
+
+}  // namespace
+
+std::unique_ptr<CurvePool> CurvePool::StartInline() {
+  return std::make_unique<InlineCurvePool>();
+}
+
 }  // namespace vessik
 
 #ifdef _WIN32
@@ -35,7 +62,7 @@ namespace vessik {
 // No threads of our own there (see the printing thread): curves are fitted as
 // they are read.
 std::unique_ptr<CurvePool> CurvePool::Start() {
-  return nullptr;
+  return StartInline();
 }
 
 }  // namespace vessik
@@ -152,6 +179,7 @@ void ThreadCurvePool::Submit(Vessik_IEntity* item, const Vessik_CommonData& sett
   if (inline_) {
     Vessik_CommonData copy = settings;
     item->Vessik_IEntity_Init(&copy);
+    item->DropInitWork();
     ++submitted_;
     done_.store(submitted_, std::memory_order_release);
     return;
@@ -261,7 +289,7 @@ std::unique_ptr<CurvePool> CurvePool::Start() {
   const int32_t wanted = CurveThreads();
   const unsigned workers = wanted > 0 ? static_cast<unsigned>(wanted) : UsableProcessors();
   // One thread is the reading thread itself.
-  if (workers < 2) return nullptr;
+  if (workers < 2) return StartInline();
   return std::make_unique<ThreadCurvePool>(workers);
 }
 

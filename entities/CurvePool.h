@@ -22,9 +22,11 @@ class Vessik_IEntity;
 
 class CurvePool {
  public:
-  // A pool with its workers, or null where fitting on other threads gains
-  // nothing (one processor) or no thread can be had.
+  // A pool with its workers, or one that fits on the reading thread where other
+  // threads gain nothing (one processor) or none can be had.
   static std::unique_ptr<CurvePool> Start();
+  // The pool that fits on the reading thread.
+  static std::unique_ptr<CurvePool> StartInline();
   // Drops the fits not begun and waits for those under way.
   virtual ~CurvePool() = default;
 

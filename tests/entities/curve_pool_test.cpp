@@ -15,6 +15,7 @@
 #include "parser/Vessik_Hooks.h"
 #include "parser/parser.h"
 #include "support/Settings.h"
+#include "support/SplineTestUtil.h"
 #include "support/TestSupport.h"
 
 namespace vessik {
@@ -204,9 +205,26 @@ void ExpectSameRun(const Outcome& a, const Outcome& b) {
                                 << " bytes differ";
 }
 
-TEST(CurvePool, OneThreadMeansNoPool) {
+// With one thread a curve is fitted as it is submitted, and the work of its fit
+// is given back at once; what it prints stays.
+TEST(CurvePool, OneThreadFitsOnTheReadingThread) {
   CurveThreadsScope scope(1);
-  EXPECT_EQ(CurvePool::Start(), nullptr);
+  std::unique_ptr<CurvePool> pool = CurvePool::Start();
+  ASSERT_NE(pool, nullptr);
+  Vessik_Spline fitted;
+  test::Fit(fitted, test::SplinePairs(2, test::kQuadKnots, test::kQuadPts), 0.01);
+  Vessik_Spline pooled;
+  test::Read(pooled, test::SplinePairs(2, test::kQuadKnots, test::kQuadPts));
+  Vessik_CommonData data;
+  data.Tolerance = 0.01;
+  pool->Submit(&pooled, data);
+  EXPECT_EQ(pool->Submitted(), 1);
+  EXPECT_EQ(pool->Done(), 1);
+  EXPECT_EQ(pool->SettleQuietly(), nullptr);
+  EXPECT_EQ(pooled.BiArcs().Count(), 0);
+  ASSERT_GT(fitted.BiArcs().Count(), 0);
+  EXPECT_EQ(pooled.Vessik_IEntity_ToString(test::gLayers),
+            fitted.Vessik_IEntity_ToString(test::gLayers));
 }
 
 TEST(CurvePool, SeveralThreadsGiveAPool) {
