@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <vector>
@@ -60,7 +61,7 @@ class File : public TextDestination {
     fd_ = -1;
     if (::close(fd) != 0) Fail();
     if (temporary_.empty()) return;
-    if (std::rename(temporary_.c_str(), target_.c_str()) != 0) Fail();
+    if (!ReplaceAside() && std::rename(temporary_.c_str(), target_.c_str()) != 0) Fail();
     temporary_.clear();
   }
 
@@ -86,6 +87,28 @@ class File : public TextDestination {
     temporary_ = name.data();
     // mkstemp makes the file for its owner alone; a result gets the usual rights.
     if (::fchmod(fd_, mode_) != 0) Fail();
+  }
+
+  // A file renamed over an existing one is first forced to disk by some file
+  // systems (ext4 does, so that the replace is safe), which for a large text
+  // costs more than making it. The old file goes aside under a name of its own,
+  // the new one takes its name, and the old one goes. False, with nothing
+  // changed, where that cannot be done: the plain rename is left.
+  bool ReplaceAside() {
+#ifdef RENAME_NOREPLACE
+    const std::string aside = temporary_ + "-old";
+    if (::renameat2(AT_FDCWD, target_.c_str(), AT_FDCWD, aside.c_str(), RENAME_NOREPLACE) != 0) {
+      return false;
+    }
+    if (::rename(temporary_.c_str(), target_.c_str()) != 0) {
+      (void)::rename(aside.c_str(), target_.c_str());
+      Fail();
+    }
+    ::unlink(aside.c_str());
+    return true;
+#else
+    return false;
+#endif
   }
 
   const std::string target_;

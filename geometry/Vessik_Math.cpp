@@ -1,7 +1,6 @@
 #include "geometry/Vessik_Math.h"
 
 #include <cmath>
-#include <optional>
 #include <string>
 
 #include "entities/Vessik_IParent.h"
@@ -173,7 +172,7 @@ bool AngleInRange(double Angle, double SA, double EA, double Tol) {
 
 int32_t LayerIndex(Vessik_Layers& Layers, std::string_view Name) {
   if (LayerLookup* lookup = LayerLookup::For(Layers)) {
-    if (const std::optional<int32_t> i = lookup->Find(Name)) return *i;
+    if (const int32_t i = lookup->Find(Name); i != LayerLookup::kNone) return i;
   } else {
     for (size_t i = 0; i < Layers.size(); ++i) {
       if (Layers[i]->Name == Name) return static_cast<int32_t>(i);

@@ -20,18 +20,7 @@ LayerLookup* LayerLookup::For(const Vessik_Layers& layers) {
   return tLayerLookup != nullptr && &tLayerLookup->layers_ == &layers ? tLayerLookup : nullptr;
 }
 
-size_t LayerLookup::RecentSlot(std::string_view name) {
-  size_t h = name.size();
-  if (!name.empty()) {
-    const auto byte = [&](size_t k) {
-      return static_cast<size_t>(static_cast<unsigned char>(name[k]));
-    };
-    h = h * 131 + byte(0) * 31 + byte(name.size() / 2) * 7 + byte(name.size() - 1);
-  }
-  return h % kRecent;
-}
-
-std::optional<int32_t> LayerLookup::Find(std::string_view name) {
+int32_t LayerLookup::FindTakingIn(std::string_view name) {
   if (layers_.size() < taken_) {
     // The list was cut back: take it in anew.
     first_.clear();
@@ -45,7 +34,7 @@ std::optional<int32_t> LayerLookup::Find(std::string_view name) {
   Recent& recent = recent_[RecentSlot(name)];
   if (recent.position >= 0 && recent.name == name) return recent.position;
   const auto it = first_.find(name);
-  if (it == first_.end()) return std::nullopt;
+  if (it == first_.end()) return kNone;
   recent.name.assign(name);
   recent.position = it->second;
   return it->second;

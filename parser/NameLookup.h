@@ -11,7 +11,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -42,10 +41,20 @@ class LayerLookup {
   // The lookup of this thread that serves this list, or none.
   static LayerLookup* For(const Vessik_Layers& layers);
 
-  // Position of the first layer of that name, or none.
-  std::optional<int32_t> Find(std::string_view name);
+  static constexpr int32_t kNone = -1;
+  // Position of the first layer of that name, or kNone. A name met lately is
+  // found here, inline, while nothing was added to the list since.
+  int32_t Find(std::string_view name) {
+    if (taken_ == layers_.size()) {
+      const Recent& recent = recent_[RecentSlot(name)];
+      if (recent.position >= 0 && recent.name == name) return recent.position;
+    }
+    return FindTakingIn(name);
+  }
 
  private:
+  // Find after taking in the layers added since the last lookup.
+  int32_t FindTakingIn(std::string_view name);
   Vessik_Layers& layers_;
   size_t taken_ = 0;
   FirstPositions first_;
@@ -57,7 +66,16 @@ class LayerLookup {
     int32_t position = -1;
   };
   static constexpr size_t kRecent = 64;
-  static size_t RecentSlot(std::string_view name);
+  static size_t RecentSlot(std::string_view name) {
+    size_t h = name.size();
+    if (!name.empty()) {
+      const auto byte = [&](size_t k) {
+        return static_cast<size_t>(static_cast<unsigned char>(name[k]));
+      };
+      h = h * 131 + byte(0) * 31 + byte(name.size() / 2) * 7 + byte(name.size() - 1);
+    }
+    return h % kRecent;
+  }
   std::array<Recent, kRecent> recent_;
   LayerLookup* previous_;
 };

@@ -570,6 +570,24 @@ TEST_F(CliTest, SuccessfulParseReplacesTheFileWithUsualRights) {
   struct stat st {};
   ASSERT_EQ(::stat(out.c_str(), &st), 0);
   EXPECT_EQ(st.st_mode & 0777, 0666 & ~mask);
+  // Nothing else is left beside it: the old file went aside and is gone.
+  int entries = 0;
+  for (const auto& e : std::filesystem::directory_iterator(dir.File(""))) {
+    (void)e;
+    ++entries;
+  }
+  EXPECT_EQ(entries, 1);
+}
+
+TEST_F(CliTest, AnotherLinkToTheReplacedFileKeepsTheOldText) {
+  TempDir dir;
+  const std::string out = dir.File("out.txt");
+  const std::string other = dir.File("other.txt");
+  { std::ofstream(out) << "old"; }
+  ASSERT_EQ(::link(out.c_str(), other.c_str()), 0);
+  EXPECT_EQ(RunTool({"-o", out, kShapes}).exitStatus, 0);
+  EXPECT_TRUE(ReadFile(out) == Expected(kShapes, test::ToolDefaults()).out);
+  EXPECT_EQ(ReadFile(other), "old");
 }
 
 TEST_F(CliTest, DeviceAsOutputIsWrittenDirectly) {

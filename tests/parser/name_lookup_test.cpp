@@ -35,8 +35,8 @@ TEST(LayerLookup, FirstOfANameWins) {
   EXPECT_EQ(lookup.Find("A"), 1);
   EXPECT_EQ(lookup.Find("B"), 2);
   EXPECT_EQ(lookup.Find("0"), 0);
-  EXPECT_EQ(lookup.Find("a"), std::nullopt);
-  EXPECT_EQ(lookup.Find(""), std::nullopt);
+  EXPECT_EQ(lookup.Find("a"), LayerLookup::kNone);
+  EXPECT_EQ(lookup.Find(""), LayerLookup::kNone);
 }
 
 TEST(LayerLookup, LayerIndexAddsOnceAndFindsWhatItAdded) {
@@ -85,7 +85,7 @@ TEST(LayerLookup, AListCutBackIsTakenInAnew) {
   layers.resize(1);
   layers.push_back(std::make_shared<Vessik_Layer>());
   layers.back()->Name = "D";
-  EXPECT_EQ(lookup.Find("C"), std::nullopt);
+  EXPECT_EQ(lookup.Find("C"), LayerLookup::kNone);
   EXPECT_EQ(lookup.Find("D"), 1);
 }
 
@@ -102,7 +102,7 @@ TEST(LayerLookup, ANameAskedForAgainKeepsItsFirstPosition) {
   EXPECT_EQ(lookup.Find("B"), 2);
   EXPECT_EQ(lookup.Find("B"), 2);
   EXPECT_EQ(lookup.Find("A"), 0);
-  EXPECT_EQ(lookup.Find("AB"), std::nullopt);
+  EXPECT_EQ(lookup.Find("AB"), LayerLookup::kNone);
   EXPECT_EQ(lookup.Find("A"), 0);
 }
 
@@ -118,7 +118,7 @@ TEST(LayerLookup, ManyNamesSharingRecentEntriesAreEachFoundAtTheirPlace) {
       ASSERT_EQ(lookup.Find("L" + std::to_string(index)), index);
     }
   }
-  EXPECT_EQ(lookup.Find("L1000"), std::nullopt);
+  EXPECT_EQ(lookup.Find("L1000"), LayerLookup::kNone);
   EXPECT_EQ(lookup.Find("L7"), 7);
 }
 
