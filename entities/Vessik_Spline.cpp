@@ -107,6 +107,12 @@ void Vessik_Spline::AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) {
 }
 
 void Vessik_Spline::DropInitWork() {
+  knotList_ = Vessik_Collection<double>();
+  weightList_ = Vessik_Collection<double>();
+  cPointList_ = Vessik_Collection<Vessik_Point>();
+  std::vector<double>().swap(knots_);
+  std::vector<double>().swap(weights_);
+  std::vector<Vessik_Point>().swap(cPoints_);
   nurbs_.reset();
   biArcs_ = Vessik_Collection<BiArcList>();
   nodes_ = Vessik_Collection<NodeList>();

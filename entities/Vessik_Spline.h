@@ -47,7 +47,8 @@ class Vessik_Spline : public Vessik_Entity {
   void Vessik_IEntity_Init(Vessik_CommonData* Data) override;
   void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override;
   void Vessik_IEntity_Release() override;
-  // The evaluator, the biarcs and the nodes of the fit; the segments stay.
+  // All but the segments: the curve as read, the evaluator, the biarcs and the
+  // nodes of the fit.
   void DropInitWork() override;
 
   const std::vector<double>& Knots() const { return knots_; }
@@ -72,9 +73,12 @@ class Vessik_Spline : public Vessik_Entity {
   void FitSection(const Section& S, double Tolerance, double FitTolerance, NodeList& Nodes,
                   BiArcList& BiArcs, int32_t& Iterations);
   bool BiarcFits(const Vessik_BiArc& BiArc, double Limit, double U0, double U1);
-  bool BiarcFits(const Vessik_BiArcArcs& Arcs, double Limit, double U0, double U1);
+  // PointAtU1, when given, is the curve point at U1, evaluated already.
+  bool BiarcFits(const Vessik_BiArcArcs& Arcs, double Limit, double U0, double U1,
+                 const Vessik_Point* PointAtU1 = nullptr);
   template <class Piece>
-  bool WorstMissBelow(const Piece& BiArc, double Limit, double U0, double U1);
+  bool WorstMissBelow(const Piece& BiArc, double Limit, double U0, double U1,
+                      const Vessik_Point* PointAtU1);
   GeoList Biarcs2Geos(const Vessik_Collection<BiArcList>& BiArcs);
 
   // Simplification of the segments of one section.

@@ -140,7 +140,7 @@ void Vessik_Spline::FitSection(const Section& S, double Tolerance, double FitTol
       BiArcs.Add(std::move(B));
       Step = MinOf(2 * Step, maxStep_);
       Nodes.Add(Node{Pt, Tangent});
-    } else if (BiarcFits(arcs, FitTolerance, u - Step, u)) {
+    } else if (BiarcFits(arcs, FitTolerance, u - Step, u, &Pt)) {
       Nodes.Add(Node{Pt, Tangent});
       B.Init(Id, Layer, Color, arcs);
       B.Valid = Pt.Valid;
@@ -159,15 +159,17 @@ void Vessik_Spline::FitSection(const Section& S, double Tolerance, double FitTol
 }
 
 bool Vessik_Spline::BiarcFits(const Vessik_BiArc& BiArc, double Limit, double U0, double U1) {
-  return WorstMissBelow(BiArc, Limit, U0, U1);
+  return WorstMissBelow(BiArc, Limit, U0, U1, nullptr);
 }
 
-bool Vessik_Spline::BiarcFits(const Vessik_BiArcArcs& Arcs, double Limit, double U0, double U1) {
-  return WorstMissBelow(Arcs, Limit, U0, U1);
+bool Vessik_Spline::BiarcFits(const Vessik_BiArcArcs& Arcs, double Limit, double U0, double U1,
+                              const Vessik_Point* PointAtU1) {
+  return WorstMissBelow(Arcs, Limit, U0, U1, PointAtU1);
 }
 
 template <class Piece>
-bool Vessik_Spline::WorstMissBelow(const Piece& BiArc, double Limit, double U0, double U1) {
+bool Vessik_Spline::WorstMissBelow(const Piece& BiArc, double Limit, double U0, double U1,
+                                   const Vessik_Point* PointAtU1) {
   // The greatest error, starting from MostNegative, is below Limit exactly when
   // MostNegative is and no error reaches Limit: an error that is not a number
   // is never the greatest. All five points are evaluated whatever the first
@@ -178,6 +180,12 @@ bool Vessik_Spline::WorstMissBelow(const Piece& BiArc, double Limit, double U0, 
   double Dummy = 0;
   for (int32_t i = 1; i <= 5; ++i) {
     const double u = i * du + U0;
+    if (PointAtU1 != nullptr && u == U1) {
+      // The last point often lands exactly on U1 again: the same evaluation,
+      // which gave its point and raised nothing before.
+      if (MissesBy(BiArc, *PointAtU1, Limit)) fits = false;
+      continue;
+    }
     nurbs_->Evaluate(0, u, Pt, Dummy);
     if (MissesBy(BiArc, Pt, Limit)) fits = false;
   }

@@ -50,6 +50,10 @@ class Vessik_SplineTestAccess {
   static bool Fits(Vessik_Spline& s, const Vessik_BiArc& b, double limit, double u0, double u1) {
     return s.BiarcFits(b, limit, u0, u1);
   }
+  static bool FitsArcs(Vessik_Spline& s, const Vessik_BiArcArcs& b, double limit, double u0,
+                       double u1, const Vessik_Point* atU1) {
+    return s.BiarcFits(b, limit, u0, u1, atU1);
+  }
   static Vessik_Nurbs& Nurbs(Vessik_Spline& s) { return *s.nurbs_; }
 };
 

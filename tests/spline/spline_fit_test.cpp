@@ -231,6 +231,42 @@ TEST(SplineMarch, ErrorEqualToLimitIsRejected) {
   EXPECT_TRUE(Access::Fits(s, B, std::nextafter(worst, 1.0), 0.1, 0.4));
 }
 
+// The point already evaluated at the end of a step stands in for the last sample
+// where that sample lands on the end again: the answer is the same either way.
+TEST(SplineMarch, EndPointEvaluatedOnceGivesTheSameAnswer) {
+  Vessik_Spline s;
+  Fit(s, CornerSpline(), 0.01);
+  Vessik_Nurbs& n = Access::Nurbs(s);
+  std::mt19937_64 random(25112026);
+  std::uniform_real_distribution<double> start(0.001, 1.7);
+  std::uniform_real_distribution<double> step(1e-6, 0.3);
+  int landed = 0;
+  for (int i = 0; i < 3000; ++i) {
+    const double u0 = start(random);
+    const double u1 = u0 + step(random);
+    Vessik_Point P0;
+    Vessik_Point P1;
+    double t0 = 0;
+    double t1 = 0;
+    n.Evaluate(1, u0, P0, t0);
+    n.Evaluate(1, u1, P1, t1);
+    Vessik_BiArc B;
+    B.Pa = P0;
+    B.Pb = P1;
+    B.Tana = t0;
+    B.Tanb = t1;
+    Vessik_BiArcArcs arcs;
+    B.Trial(arcs);
+    if ((u1 - u0) / 5.0 * 5 + u0 == u1) ++landed;
+    for (double limit : {1e-9, 1e-6, 1e-4, 3e-4, 1e-3, 1e-2}) {
+      ASSERT_EQ(Access::FitsArcs(s, arcs, limit, u0, u1, &P1),
+                Access::FitsArcs(s, arcs, limit, u0, u1, nullptr))
+          << u0 << " " << u1 << " " << limit;
+    }
+  }
+  EXPECT_GT(landed, 100);
+}
+
 TEST(SplineGeometry, RationalCircleComesOutAsArcsOfItsRadius) {
   const double w = std::sqrt(2.0) / 2;
   Vessik_Spline s;
@@ -282,6 +318,8 @@ TEST(SplineGeometry, DroppingTheFitWorkKeepsTheText) {
   const std::string before = s.Vessik_IEntity_ToString(layers);
   ASSERT_FALSE(before.empty());
   s.DropInitWork();
+  EXPECT_TRUE(s.Knots().empty());
+  EXPECT_TRUE(s.CPoints().empty());
   EXPECT_EQ(s.BiArcs().Count(), 0);
   EXPECT_EQ(s.Nodes().Count(), 0);
   EXPECT_EQ(s.Vessik_IEntity_ToString(layers), before);
