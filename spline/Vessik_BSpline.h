@@ -29,9 +29,9 @@ class Vessik_BSpline {
 
   // Row 0 of bspline_ders_evaluate(n, u) and, for n = 1, row 1, into CK: the same
   // numbers by the same operations, for n of 0 or 1 and the usual degrees 2 and 3,
-  // in fixed-size arrays the compiler unrolls. False, with nothing done, for any
-  // other case, and where the span's knots or points do not all lie within the
-  // vectors: those need the general path, with its marks and failures.
+  // in fixed-size arrays the compiler unrolls. Where the span's knots or points do
+  // not all lie within the vectors, the rows come from the general path, with its
+  // marks and failures. False, with nothing done, for any other order or degree.
   bool EvaluateLowOrder(int32_t n, double u, double (&CK)[2][3]);
 
  private:
