@@ -28,14 +28,19 @@ bool IsPooledCurve(int keywordIndex) noexcept {
 
 namespace {
 
-// Fits each curve on the reading thread as it comes, and gives its work back at
-// once, while it is still in the cache.
+// Fits the curve on this thread and gives its work back at once, while it is
+// still in the cache.
+void FitNow(Vessik_IEntity* item, const Vessik_CommonData& settings) {
+  Vessik_CommonData copy = settings;
+  item->Vessik_IEntity_Init(&copy);
+  item->DropInitWork();
+}
+
+// Fits each curve on the reading thread as it comes.
 class InlineCurvePool : public CurvePool {
  public:
   void Submit(Vessik_IEntity* item, const Vessik_CommonData& settings) override {
-    Vessik_CommonData copy = settings;
-    item->Vessik_IEntity_Init(&copy);
-    item->DropInitWork();
+    FitNow(item, settings);
     ++fitted_;
   }
   int64_t Submitted() const override { return fitted_; }
@@ -177,9 +182,7 @@ bool ThreadCurvePool::StartWorkers() {
 void ThreadCurvePool::Submit(Vessik_IEntity* item, const Vessik_CommonData& settings) {
   if (workers_.empty() && !inline_) inline_ = !StartWorkers();
   if (inline_) {
-    Vessik_CommonData copy = settings;
-    item->Vessik_IEntity_Init(&copy);
-    item->DropInitWork();
+    FitNow(item, settings);
     ++submitted_;
     done_.store(submitted_, std::memory_order_release);
     return;

@@ -23,13 +23,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <cerrno>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 
-#include "parser/PumpingWait.h"
+#include "parser/HelperThread.h"
 #endif
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -109,46 +106,28 @@ bool ReadRange(int fd, char* data, size_t from, size_t to, Between between) {
 // the copying, and both go at once on two cores.
 constexpr size_t kSplitReadFrom = size_t{16} << 20;
 
-// The back half of a large file, read on a thread of its own. The host's messages
-// and the cancel stay with the parse's thread, which reads the front half.
+// The back half of a large file, read on a thread of its own while the parse's
+// thread reads the front half.
 class BackHalfReader {
  public:
   BackHalfReader(int fd, char* data, size_t from, size_t to) {
-    try {
-      worker_ = std::thread([this, fd, data, from, to] {
-        const bool ok = ReadRange(fd, data, from, to,
-                                  [this] { return !stop_.load(std::memory_order_relaxed); });
-        std::lock_guard<std::mutex> lock(mutex_);
-        ok_ = ok;
-        done_ = true;
-        finished_.notify_all();
-      });
-    } catch (const std::system_error&) {
-      // No thread to be had: the parse's thread reads it all.
-    }
+    // Without a thread, the parse's thread reads it all.
+    helper_.Start([this, fd, data, from, to] {
+      ok_ = ReadRange(fd, data, from, to, [this] { return !helper_.Stopping(); });
+    });
   }
-  ~BackHalfReader() {
-    stop_.store(true, std::memory_order_relaxed);
-    if (worker_.joinable()) worker_.join();
-  }
-  BackHalfReader(const BackHalfReader&) = delete;
-  BackHalfReader& operator=(const BackHalfReader&) = delete;
 
-  bool Started() const { return worker_.joinable(); }
+  bool Started() const { return helper_.Started(); }
   // Waits for the half, pumping; whether all of it was read.
   bool Finish() {
-    std::unique_lock<std::mutex> lock(mutex_);
-    WaitPumping(finished_, lock, [this] { return done_; });
+    helper_.Wait([] { PumpMessages(); });
     return ok_;
   }
 
  private:
-  std::atomic<bool> stop_{false};
-  std::mutex mutex_;
-  std::condition_variable finished_;
-  bool done_ = false;
   bool ok_ = false;
-  std::thread worker_;
+  // Last: it ends the reading before the fields the reading uses go.
+  HelperThread helper_;
 };
 
 FileBytes ReadRegularFile(const std::filesystem::path& path) {

@@ -4,15 +4,11 @@
 #include <limits>
 #include <optional>
 #ifndef _WIN32
-#include <atomic>
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
-#include <system_error>
 #include <thread>
 #endif
 
 #include "parser/GroupPairs.h"
+#include "parser/HelperThread.h"
 #include "parser/Lickety.h"
 #include "parser/ParseLimits.h"
 #include "parser/Vessik_Convert.h"
@@ -73,33 +69,21 @@ class BackPairs {
   BackPairs(Lickety::Lines back, size_t frontFrom, size_t frontTo, const char* base,
             GroupPairTable::Part& part)
       : back_(std::move(back)), frontFrom_(frontFrom), frontTo_(frontTo), base_(base), part_(part) {
-    try {
-      worker_ = std::thread([this] { Build(); });
-    } catch (const std::system_error&) {
-      // No thread to be had: the front's thread builds them when it is done.
-    }
+    // Without a thread, the front's thread builds them when it is done.
+    helper_.Start([this] { Build(); });
   }
-  ~BackPairs() {
-    stop_.store(true, std::memory_order_relaxed);
-    if (worker_.joinable()) worker_.join();
-  }
-  BackPairs(const BackPairs&) = delete;
-  BackPairs& operator=(const BackPairs&) = delete;
 
   // Waits for the part, with the host's messages and the cancel kept going. Its
   // failure, if any, is raised with the index of its code line, counted from the
   // first line of the back part.
   void Finish(int64_t& frontLines, int64_t& failedCodeLine) {
-    if (!worker_.joinable()) {
+    if (!helper_.Started()) {
       Build();
     } else {
-      std::unique_lock<std::mutex> lock(mutex_);
-      while (!finished_.wait_for(lock, std::chrono::milliseconds(20), [this] { return done_; })) {
-        lock.unlock();
+      helper_.Wait([] {
         PumpMessages();
         PollCancelWhileLoading();
-        lock.lock();
-      }
+      });
     }
     frontLines = frontLines_;
     failedCodeLine = codeLine_;
@@ -116,24 +100,18 @@ class BackPairs {
       // first line here.
       if (frontLines_ % 2 == 0) {
         codeLine_ = 1;
-        if (!back_.Next(value)) return Done();
+        if (!back_.Next(value)) return;
       }
       for (uint32_t k = 1; back_.Next(code) && back_.Next(value); ++k) {
         if (!code.empty() && !value.empty()) {
           part_.Add(ReadGroupCode(code), static_cast<size_t>(value.data() - base_), value.size());
         }
         codeLine_ += 2;
-        if (k % 65536 == 0 && stop_.load(std::memory_order_relaxed)) break;
+        if (k % 65536 == 0 && helper_.Stopping()) break;
       }
     } catch (...) {
       failure_ = std::current_exception();
     }
-    Done();
-  }
-  void Done() {
-    std::lock_guard<std::mutex> lock(mutex_);
-    done_ = true;
-    finished_.notify_all();
   }
 
   Lickety::Lines back_;
@@ -144,11 +122,8 @@ class BackPairs {
   int64_t frontLines_ = 0;
   int64_t codeLine_ = 0;
   std::exception_ptr failure_;
-  std::atomic<bool> stop_{false};
-  std::mutex mutex_;
-  std::condition_variable finished_;
-  bool done_ = false;
-  std::thread worker_;
+  // Last: it ends the work before the fields the work uses go.
+  HelperThread helper_;
 };
 
 // Whether a second thread may be worth starting.

@@ -386,20 +386,6 @@ constexpr auto kPow10 = [] {
   return powers;
 }();
 
-// value, below 10^8, as exactly eight digits with leading zeros.
-void WriteEightDigits(char* out, uint32_t value) {
-  static constexpr char kPairs[] =
-      "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
-      "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
-      "8081828384858687888990919293949596979899";
-  const uint32_t high = value / 10000;
-  const uint32_t low = value % 10000;
-  std::memcpy(out, kPairs + 2 * (high / 100), 2);
-  std::memcpy(out + 2, kPairs + 2 * (high % 100), 2);
-  std::memcpy(out + 4, kPairs + 2 * (low / 100), 2);
-  std::memcpy(out + 6, kPairs + 2 * (low % 100), 2);
-}
-
 // The value rounded to 15 significant digits as %.15G rounds it, for magnitudes
 // from 1E-4 up to 1E+15, without a search for the shortest form: the value is
 // m * 2^e with an integer m of 53 bits, so m * 10^k * 2^e is worked out exactly in
@@ -447,18 +433,45 @@ uint64_t RoundTo15DigitInteger(double value, int& exp10) {
   }
 }
 
-// The same as digits: the 15 of them with trailing zeros removed.
+// v < 10^8 as the character codes of its eight digits, the first in the lowest
+// byte, put together from four pairs in registers so that no byte goes through
+// memory on its own.
+uint64_t EightDigitChars(uint32_t v) {
+  static constexpr auto kPairs = [] {
+    std::array<uint16_t, 100> pairs{};
+    for (int i = 0; i < 100; ++i)
+      pairs[i] = static_cast<uint16_t>(('0' + i / 10) | ('0' + i % 10) << 8);
+    return pairs;
+  }();
+  const uint32_t high = v / 10000;
+  const uint32_t low = v % 10000;
+  return kPairs[high / 100] | static_cast<uint64_t>(kPairs[high % 100]) << 16 |
+         static_cast<uint64_t>(kPairs[low / 100]) << 32 |
+         static_cast<uint64_t>(kPairs[low % 100]) << 48;
+}
+
+// The digits of n, 10^14 <= n < 10^15, as character codes in one 128-bit word,
+// the first digit in the lowest byte; count is the number of digits without the
+// trailing zeros.
+UInt128 FifteenDigitChars(uint64_t n, int& count) {
+  constexpr uint64_t kZeros = 0x3030303030303030ULL;
+  const uint64_t high = EightDigitChars(static_cast<uint32_t>(n / 100000000));
+  const uint64_t low = EightDigitChars(static_cast<uint32_t>(n % 100000000));
+  // The first byte of high is the '0' before the seven leading digits.
+  const uint64_t lowValues = low ^ kZeros;
+  count = lowValues != 0 ? 8 + (63 - __builtin_clzll(lowValues)) / 8
+                         : (63 - __builtin_clzll(high ^ kZeros)) / 8;
+  return (static_cast<UInt128>(low) << 56) | (high >> 8);
+}
+
+// The same as digits: the 15 of them, count without the trailing zeros.
 bool RoundTo15DigitsExactly(double value, char* digits, int& count, int& exp10, bool& negative) {
   const uint64_t n = RoundTo15DigitInteger(value, exp10);
   if (n == 0) return false;
   negative = value < 0;
-  // Seven digits, then eight, two at a time.
-  char text[16];
-  WriteEightDigits(text, static_cast<uint32_t>(n / 100000000));
-  WriteEightDigits(text + 8, static_cast<uint32_t>(n % 100000000));
-  count = 15;
-  while (text[count] == '0') --count;
-  std::memcpy(digits, text + 1, 15);
+  const UInt128 chars = FifteenDigitChars(n, count);
+  // Byte k of the word is digit k, whatever the byte order of the machine.
+  for (int k = 0; k < 15; ++k) digits[k] = static_cast<char>(chars >> (8 * k));
   return true;
 }
 
@@ -495,37 +508,6 @@ void RoundTo15Digits(double value, char* digits, int& count, int& exp10, bool& n
     SplitScientific(buf, res.ptr, digits, count, exp10, negative);
   }
   while (count > 1 && digits[count - 1] == '0') --count;
-}
-
-// v < 10^8 as the character codes of its eight digits, the first in the lowest
-// byte, put together from four pairs in registers so that no byte goes through
-// memory on its own.
-uint64_t EightDigitChars(uint32_t v) {
-  static constexpr auto kPairs = [] {
-    std::array<uint16_t, 100> pairs{};
-    for (int i = 0; i < 100; ++i)
-      pairs[i] = static_cast<uint16_t>(('0' + i / 10) | ('0' + i % 10) << 8);
-    return pairs;
-  }();
-  const uint32_t high = v / 10000;
-  const uint32_t low = v % 10000;
-  return kPairs[high / 100] | static_cast<uint64_t>(kPairs[high % 100]) << 16 |
-         static_cast<uint64_t>(kPairs[low / 100]) << 32 |
-         static_cast<uint64_t>(kPairs[low % 100]) << 48;
-}
-
-// The digits of n, 10^14 <= n < 10^15, as character codes in one 128-bit word,
-// the first digit in the lowest byte; count is the number of digits without the
-// trailing zeros.
-UInt128 FifteenDigitChars(uint64_t n, int& count) {
-  constexpr uint64_t kZeros = 0x3030303030303030ULL;
-  const uint64_t high = EightDigitChars(static_cast<uint32_t>(n / 100000000));
-  const uint64_t low = EightDigitChars(static_cast<uint32_t>(n % 100000000));
-  // The first byte of high is the '0' before the seven leading digits.
-  const uint64_t lowValues = low ^ kZeros;
-  count = lowValues != 0 ? 8 + (63 - __builtin_clzll(lowValues)) / 8
-                         : (63 - __builtin_clzll(high ^ kZeros)) / 8;
-  return (static_cast<UInt128>(low) << 56) | (high >> 8);
 }
 
 // The plain forms of a value from 1E-4 up to 1E+15 with a one-character separator,

@@ -58,6 +58,15 @@ class TempDir {
   TempDir(const TempDir&) = delete;
   TempDir& operator=(const TempDir&) = delete;
   std::string File(const std::string& name) const { return path_ + "/" + name; }
+  // How many files and folders the folder holds.
+  int Entries() const {
+    int count = 0;
+    for (const auto& e : std::filesystem::directory_iterator(path_)) {
+      (void)e;
+      ++count;
+    }
+    return count;
+  }
 
  private:
   std::string path_;
@@ -548,12 +557,7 @@ TEST_F(CliTest, FailedParseLeavesTheFileAsItWas) {
   ExpectNothingWritten(RunTool({"--max-memory", "100M", "-o", out, f.Path()}), 7, "Out of memory");
   EXPECT_EQ(ReadFile(out), "kept");
   // Only the file itself is there: the temporary text went with the failure.
-  int entries = 0;
-  for (const auto& e : std::filesystem::directory_iterator(dir.File(""))) {
-    (void)e;
-    ++entries;
-  }
-  EXPECT_EQ(entries, 1);
+  EXPECT_EQ(dir.Entries(), 1);
 }
 
 TEST_F(CliTest, SuccessfulParseReplacesTheFileWithUsualRights) {
@@ -571,12 +575,7 @@ TEST_F(CliTest, SuccessfulParseReplacesTheFileWithUsualRights) {
   ASSERT_EQ(::stat(out.c_str(), &st), 0);
   EXPECT_EQ(st.st_mode & 0777, 0666 & ~mask);
   // Nothing else is left beside it: the old file went aside and is gone.
-  int entries = 0;
-  for (const auto& e : std::filesystem::directory_iterator(dir.File(""))) {
-    (void)e;
-    ++entries;
-  }
-  EXPECT_EQ(entries, 1);
+  EXPECT_EQ(dir.Entries(), 1);
 }
 
 TEST_F(CliTest, AnotherLinkToTheReplacedFileKeepsTheOldText) {
