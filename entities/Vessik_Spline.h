@@ -82,8 +82,9 @@ class Vessik_Spline : public Vessik_Entity {
   GeoList Biarcs2Geos(const Vessik_Collection<BiArcList>& BiArcs);
 
   // Simplification of the segments of one section.
-  GeoList JoinLines(const GeoList& List) const;
-  GeoList JoinArcs(const GeoList& List) const;
+  // Both take the list over: its items move on into the list returned.
+  GeoList JoinLines(GeoList List) const;
+  GeoList JoinArcs(GeoList List) const;
   void ThreeArcs2TwoRising(const ArcList& Trio, double Tol, std::shared_ptr<Vessik_ArcGeo>& Arc1,
                            std::shared_ptr<Vessik_ArcGeo>& Arc2) const;
   void ThreeArcs2TwoFalling(const ArcList& Trio, double Tol, std::shared_ptr<Vessik_ArcGeo>& Arc1,

@@ -181,7 +181,7 @@ void* AllocateLarge(size_t size) {
   ChargeMemory(size);
   void* p = nullptr;
 #ifdef __linux__
-  if (size >= 4 * kHugePage) {
+  if (size >= kHugePage / 2) {
     size_t rounded = (size + kHugePage - 1) & ~(kHugePage - 1);
     p = std::aligned_alloc(kHugePage, rounded);
     if (p != nullptr) madvise(p, rounded, MADV_HUGEPAGE);

@@ -1,6 +1,7 @@
 #include "spline/Vessik_BiArc.h"
 
 #include <cmath>
+#include <utility>
 
 #include "geometry/Vessik_ArcGeo.h"
 #include "geometry/Vessik_LineGeo.h"
@@ -85,7 +86,7 @@ void Vessik_BiArc::Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessi
   first->EA = arcs.EA1;
   first->Vessik_IEntity_Parent(Parent);
   first->Init(Id, Layer, Color, ArcDirection(Tana - arcs.SA1));
-  Geos.Add(Vessik_Geo(first));
+  Geos.Add(Vessik_Geo(std::move(first)));
 
   auto second = std::make_shared<Vessik_ArcGeo>();
   second->Pa = arcs.J;
@@ -96,7 +97,7 @@ void Vessik_BiArc::Init(int32_t pId, int32_t pLayer, const std::shared_ptr<Vessi
   second->EA = arcs.EA2;
   second->Vessik_IEntity_Parent(Parent);
   second->Init(Id, Layer, Color, ArcDirection(Tanb - arcs.EA2));
-  Geos.Add(Vessik_Geo(second));
+  Geos.Add(Vessik_Geo(std::move(second)));
 }
 
 void Vessik_BiArc::Trial(Vessik_BiArcArcs& Arcs) {
@@ -158,7 +159,7 @@ void Vessik_BiArc::AddLine() {
   line->Pe = Pb;
   line->Vessik_IEntity_Parent(Parent);
   line->Init(Id, Layer, Color);
-  Geos.Add(Vessik_Geo(line));
+  Geos.Add(Vessik_Geo(std::move(line)));
 }
 
 void Vessik_BiArc::get_chord(double& a) {

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "parser/Vessik_Concat.h"
 #include "parser/Vessik_Layer.h"
@@ -23,6 +24,8 @@ class Vessik_Geo {
   Vessik_LineGeo* Line() const { return line_.get(); }
   Vessik_ArcGeo* Arc() const { return arc_.get(); }
   const std::shared_ptr<Vessik_ArcGeo>& ArcRef() const { return arc_; }
+  // Hands the arc over, leaving the item empty.
+  std::shared_ptr<Vessik_ArcGeo> TakeArc() { return std::move(arc_); }
 
   // The records of the segment; empty for an item that holds nothing.
   std::string ToString(Vessik_Layers& Layers) const;

@@ -1,6 +1,7 @@
 // The fitting flow of a spline: sections between tangent breaks, the march of
 // biarcs along each section, and the collection of their segments.
 #include <cmath>
+#include <utility>
 
 #include "entities/Vessik_Spline.h"
 #include "geometry/Vessik_ArcGeo.h"
@@ -203,9 +204,8 @@ Vessik_Spline::GeoList Vessik_Spline::Biarcs2Geos(const Vessik_Collection<BiArcL
         if (B.Valid) W.Add(B.Geos.Item(k));
       }
     }
-    W = JoinLines(W);
-    W = JoinArcs(W);
-    for (const Vessik_Geo& g : W) Result.Add(g);
+    W = JoinArcs(JoinLines(std::move(W)));
+    for (Vessik_Geo& g : W) Result.Add(std::move(g));
   }
   return Result;
 }

@@ -1,6 +1,7 @@
 // Simplification of the fitted segments of one section: chains of straight
 // segments become longer segments, and three arcs of monotone radius become two.
 #include <cmath>
+#include <utility>
 
 #include "entities/Vessik_Spline.h"
 #include "geometry/Vessik_ArcGeo.h"
@@ -18,18 +19,19 @@ constexpr int32_t kMaxChainPoints = 1000;
 
 }  // namespace
 
-Vessik_Spline::GeoList Vessik_Spline::JoinLines(const GeoList& List) const {
+Vessik_Spline::GeoList Vessik_Spline::JoinLines(GeoList List) const {
   GeoList Out;
   PointList Points;
   for (int32_t i = 1; i <= List.Count(); ++i) {
-    Out.Add(List.Item(i));
+    Out.Add(std::move(List.Item(i)));
     if (Out.Count() >= 2) {
       const Vessik_LineGeo* Last = Out.Item(Out.Count()).Line();
       const Vessik_LineGeo* Prev = Out.Item(Out.Count() - 1).Line();
       if (Last == nullptr || Prev == nullptr) {
         Points.Clear();
       } else {
-        const Vessik_Point& itemEnd = List.Item(i).Line()->Pe;
+        // The item just added; a copy, as the item may go below.
+        const Vessik_Point itemEnd = Last->Pe;
         Points.Add(itemEnd);
         auto New = std::make_shared<Vessik_LineGeo>();
         New->Pa = Prev->Pa;
@@ -48,7 +50,7 @@ Vessik_Spline::GeoList Vessik_Spline::JoinLines(const GeoList& List) const {
         } else {
           Out.Remove(Out.Count());
           Out.Remove(Out.Count());
-          Out.Add(Vessik_Geo(New));
+          Out.Add(Vessik_Geo(std::move(New)));
         }
       }
     }
@@ -58,13 +60,13 @@ Vessik_Spline::GeoList Vessik_Spline::JoinLines(const GeoList& List) const {
   return Out;
 }
 
-Vessik_Spline::GeoList Vessik_Spline::JoinArcs(const GeoList& List) const {
+Vessik_Spline::GeoList Vessik_Spline::JoinArcs(GeoList List) const {
   double Budget = tolerance_;
   GeoList Out;
   PointList Points;
   ArcList Trio;
   for (int32_t i = 1; i <= List.Count(); ++i) {
-    Out.Add(List.Item(i));
+    Out.Add(std::move(List.Item(i)));
     const int32_t n = Out.Count();
     if (n >= 3) {
       const Vessik_Geo& g1 = Out.Item(n - 2);
@@ -77,15 +79,15 @@ Vessik_Spline::GeoList Vessik_Spline::JoinArcs(const GeoList& List) const {
         const Vessik_ArcGeo& A1 = *g1.Arc();
         const Vessik_ArcGeo& A2 = *g2.Arc();
         const Vessik_ArcGeo& A3 = *g3.Arc();
-        Points.Add(List.Item(i).Arc()->Pe);
-        Trio.Clear();
-        Trio.Add(g1.ArcRef());
-        Trio.Add(g2.ArcRef());
-        Trio.Add(g3.ArcRef());
+        Points.Add(A3.Pe);
         const bool sameTurn = A2.Ext * A1.Ext >= 0 && A3.Ext * A2.Ext >= 0;
         const bool rising = A1.R <= A2.R && A2.R <= A3.R && sameTurn;
         const bool falling = !rising && A1.R > A2.R && A2.R > A3.R && sameTurn;
         if (rising || falling) {
+          Trio.Clear();
+          Trio.Add(g1.ArcRef());
+          Trio.Add(g2.ArcRef());
+          Trio.Add(g3.ArcRef());
           std::shared_ptr<Vessik_ArcGeo> Arc1;
           std::shared_ptr<Vessik_ArcGeo> Arc2;
           if (rising) {
@@ -102,8 +104,8 @@ Vessik_Spline::GeoList Vessik_Spline::JoinArcs(const GeoList& List) const {
               Out.Remove(Out.Count());
               Out.Remove(Out.Count());
               Out.Remove(Out.Count());
-              Out.Add(Vessik_Geo(Arc1));
-              Out.Add(Vessik_Geo(Arc2));
+              Out.Add(Vessik_Geo(std::move(Arc1)));
+              Out.Add(Vessik_Geo(std::move(Arc2)));
             }
           }
         }
@@ -113,19 +115,20 @@ Vessik_Spline::GeoList Vessik_Spline::JoinArcs(const GeoList& List) const {
     PollCancel();
   }
 
-  // All arcs move behind the straight segments, merged where they share a circle.
+  // All arcs move behind the straight segments, each kind in its order, the arcs
+  // merged where they share a circle.
+  GeoList Sorted;
   ArcList Arcs;
-  const int32_t count = Out.Count();
-  for (int32_t i = 1; i <= count; ++i) {
-    if (i <= Out.Count() && Out.Item(i).Arc() != nullptr) {
-      Arcs.Add(Out.Item(i).ArcRef());
-      Out.Remove(i);
-      i = i - 1;
+  for (Vessik_Geo& g : Out) {
+    if (g.Arc() != nullptr) {
+      Arcs.Add(g.TakeArc());
+    } else {
+      Sorted.Add(std::move(g));
     }
   }
   MergeArcs(Arcs);
-  for (const std::shared_ptr<Vessik_ArcGeo>& A : Arcs) Out.Add(Vessik_Geo(A));
-  return Out;
+  for (std::shared_ptr<Vessik_ArcGeo>& A : Arcs) Sorted.Add(Vessik_Geo(std::move(A)));
+  return Sorted;
 }
 
 void Vessik_Spline::ThreeArcs2TwoRising(const ArcList& Trio, double Tol,
