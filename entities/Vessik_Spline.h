@@ -89,7 +89,14 @@ class Vessik_Spline : public Vessik_Entity {
                            std::shared_ptr<Vessik_ArcGeo>& Arc2) const;
   void ThreeArcs2TwoFalling(const ArcList& Trio, double Tol, std::shared_ptr<Vessik_ArcGeo>& Arc1,
                             std::shared_ptr<Vessik_ArcGeo>& Arc2) const;
-  void ThreeArcs2Two(bool Rising, const ArcList& Trio, double Tol,
+  // Three arcs in a row, seen without holding them: the joining tries every
+  // such three, and counting references for each try costs more than the try.
+  struct ArcTrio {
+    const Vessik_ArcGeo* Arcs[3];
+    const Vessik_ArcGeo* Item(int32_t position) const { return Arcs[position - 1]; }
+  };
+  static ArcTrio TrioOf(const ArcList& Trio);
+  void ThreeArcs2Two(bool Rising, const ArcTrio& Trio, double Tol,
                      std::shared_ptr<Vessik_ArcGeo>& Arc1,
                      std::shared_ptr<Vessik_ArcGeo>& Arc2) const;
   static double ArcPairDeviation(PointList& Points, const Vessik_ArcGeo& Arc1,
@@ -97,6 +104,10 @@ class Vessik_Spline : public Vessik_Entity {
   static double NextBudgetRising(double Tol, const ArcList& Trio, const Vessik_ArcGeo& Arc1,
                                  const Vessik_ArcGeo& Arc2);
   static double NextBudgetFalling(double Tol, const ArcList& Trio, const Vessik_ArcGeo& Arc1,
+                                  const Vessik_ArcGeo& Arc2);
+  static double NextBudgetRising(double Tol, const ArcTrio& Trio, const Vessik_ArcGeo& Arc1,
+                                 const Vessik_ArcGeo& Arc2);
+  static double NextBudgetFalling(double Tol, const ArcTrio& Trio, const Vessik_ArcGeo& Arc1,
                                   const Vessik_ArcGeo& Arc2);
   static void MergeArcs(ArcList& Arcs);
   static void SwapLong(int32_t& A, int32_t& B);

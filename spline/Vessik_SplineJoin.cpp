@@ -64,7 +64,6 @@ Vessik_Spline::GeoList Vessik_Spline::JoinArcs(GeoList List) const {
   double Budget = tolerance_;
   GeoList Out;
   PointList Points;
-  ArcList Trio;
   for (int32_t i = 1; i <= List.Count(); ++i) {
     Out.Add(std::move(List.Item(i)));
     const int32_t n = Out.Count();
@@ -84,17 +83,10 @@ Vessik_Spline::GeoList Vessik_Spline::JoinArcs(GeoList List) const {
         const bool rising = A1.R <= A2.R && A2.R <= A3.R && sameTurn;
         const bool falling = !rising && A1.R > A2.R && A2.R > A3.R && sameTurn;
         if (rising || falling) {
-          Trio.Clear();
-          Trio.Add(g1.ArcRef());
-          Trio.Add(g2.ArcRef());
-          Trio.Add(g3.ArcRef());
+          const ArcTrio Trio{{&A1, &A2, &A3}};
           std::shared_ptr<Vessik_ArcGeo> Arc1;
           std::shared_ptr<Vessik_ArcGeo> Arc2;
-          if (rising) {
-            ThreeArcs2TwoRising(Trio, Budget, Arc1, Arc2);
-          } else {
-            ThreeArcs2TwoFalling(Trio, Budget, Arc1, Arc2);
-          }
+          ThreeArcs2Two(rising, Trio, Budget, Arc1, Arc2);
           if (Arc1 && Arc2) {
             const double Dev = ArcPairDeviation(Points, *Arc1, *Arc2);
             if (Dev < tolerance_) {
@@ -131,19 +123,23 @@ Vessik_Spline::GeoList Vessik_Spline::JoinArcs(GeoList List) const {
   return Sorted;
 }
 
+Vessik_Spline::ArcTrio Vessik_Spline::TrioOf(const ArcList& Trio) {
+  return ArcTrio{{Trio.Item(1).get(), Trio.Item(2).get(), Trio.Item(3).get()}};
+}
+
 void Vessik_Spline::ThreeArcs2TwoRising(const ArcList& Trio, double Tol,
                                         std::shared_ptr<Vessik_ArcGeo>& Arc1,
                                         std::shared_ptr<Vessik_ArcGeo>& Arc2) const {
-  ThreeArcs2Two(true, Trio, Tol, Arc1, Arc2);
+  ThreeArcs2Two(true, TrioOf(Trio), Tol, Arc1, Arc2);
 }
 
 void Vessik_Spline::ThreeArcs2TwoFalling(const ArcList& Trio, double Tol,
                                          std::shared_ptr<Vessik_ArcGeo>& Arc1,
                                          std::shared_ptr<Vessik_ArcGeo>& Arc2) const {
-  ThreeArcs2Two(false, Trio, Tol, Arc1, Arc2);
+  ThreeArcs2Two(false, TrioOf(Trio), Tol, Arc1, Arc2);
 }
 
-void Vessik_Spline::ThreeArcs2Two(bool Rising, const ArcList& Trio, double Tol,
+void Vessik_Spline::ThreeArcs2Two(bool Rising, const ArcTrio& Trio, double Tol,
                                   std::shared_ptr<Vessik_ArcGeo>& Arc1,
                                   std::shared_ptr<Vessik_ArcGeo>& Arc2) const {
   Arc1.reset();
@@ -251,6 +247,16 @@ double Vessik_Spline::ArcPairDeviation(PointList& Points, const Vessik_ArcGeo& A
 
 double Vessik_Spline::NextBudgetRising(double Tol, const ArcList& Trio, const Vessik_ArcGeo& Arc1,
                                        const Vessik_ArcGeo& Arc2) {
+  return NextBudgetRising(Tol, TrioOf(Trio), Arc1, Arc2);
+}
+
+double Vessik_Spline::NextBudgetFalling(double Tol, const ArcList& Trio, const Vessik_ArcGeo& Arc1,
+                                        const Vessik_ArcGeo& Arc2) {
+  return NextBudgetFalling(Tol, TrioOf(Trio), Arc1, Arc2);
+}
+
+double Vessik_Spline::NextBudgetRising(double Tol, const ArcTrio& Trio, const Vessik_ArcGeo& Arc1,
+                                       const Vessik_ArcGeo& Arc2) {
   const Vessik_ArcGeo& A1 = *Trio.Item(1);
   const Vessik_ArcGeo& A2 = *Trio.Item(2);
   const Vessik_Point n = A1.Pa.unit_vector(A1.O);
@@ -265,7 +271,7 @@ double Vessik_Spline::NextBudgetRising(double Tol, const ArcList& Trio, const Ve
   return r < 0 ? 0 : r;
 }
 
-double Vessik_Spline::NextBudgetFalling(double Tol, const ArcList& Trio, const Vessik_ArcGeo& Arc1,
+double Vessik_Spline::NextBudgetFalling(double Tol, const ArcTrio& Trio, const Vessik_ArcGeo& Arc1,
                                         const Vessik_ArcGeo& Arc2) {
   (void)Arc2;
   const Vessik_ArcGeo& A2 = *Trio.Item(2);
