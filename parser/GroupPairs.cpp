@@ -33,6 +33,7 @@ void GroupPairTable::ReleaseRead(int32_t from, int32_t to) {
 
 void GroupPairTable::Clear() {
   wide_.clear();
+  marks_ = std::vector<int32_t>();
   bytes_ = FileBytes();
   head_ = LargeArray<Entry>();
   tail_ = LargeArray<Entry>();
@@ -43,8 +44,13 @@ void GroupPairTable::Reset(size_t expectedPairs) {
   head_.reserve(expectedPairs);
 }
 
-void GroupPairTable::AddTo(LargeArray<Entry>& entries, WideEntries& wide, int32_t index,
-                           int32_t code, size_t offset, size_t length) {
+void GroupPairTable::AddTo(LargeArray<Entry>& entries, WideEntries& wide,
+                           std::vector<int32_t>& marks, int32_t index, int32_t code, size_t offset,
+                           std::string_view value) {
+  const size_t length = value.size();
+  if ((length == 7 && value == "SECTION") || (length == 6 && value == "ENDSEC")) {
+    marks.push_back(index);
+  }
   const bool wideCode = code <= kWide || code > INT16_MAX;
   const bool longValue = length >= kLong;
   if (wideCode || longValue) wide[index] = WideEntry{code, static_cast<uint32_t>(length)};
@@ -53,17 +59,19 @@ void GroupPairTable::AddTo(LargeArray<Entry>& entries, WideEntries& wide, int32_
                           longValue ? kLong : static_cast<uint16_t>(length)});
 }
 
-void GroupPairTable::Add(int32_t code, size_t offset, size_t length) {
+void GroupPairTable::Add(int32_t code, size_t offset, std::string_view value) {
   // Pairs are only added in front of a part joined behind.
   if (tail_.size() != 0) RaisePlatformError(errnum::SubscriptOutOfRange);
-  AddTo(head_, wide_, Count(), code, offset, length);
+  AddTo(head_, wide_, marks_, Count(), code, offset, value);
 }
 
 void GroupPairTable::Join(Part&& tail) {
   const auto shift = static_cast<int32_t>(head_.size());
   for (const auto& [index, wide] : tail.wide_) wide_[index + shift] = wide;
+  for (int32_t index : tail.marks_) marks_.push_back(index + shift);
   tail_ = std::move(tail.entries_);
   tail.wide_.clear();
+  tail.marks_.clear();
 }
 
 void GroupPairTable::Assign(const std::vector<std::pair<int32_t, std::string>>& pairs) {
@@ -72,7 +80,7 @@ void GroupPairTable::Assign(const std::vector<std::pair<int32_t, std::string>>& 
   Reset(pairs.size());
   size_t offset = 0;
   for (const auto& p : pairs) {
-    Add(p.first, offset, p.second.size());
+    Add(p.first, offset, p.second);
     offset += p.second.size();
   }
   AdoptBytes(FileBytes(bytes));

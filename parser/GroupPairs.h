@@ -59,9 +59,14 @@ class GroupPairTable {
   // Empties the table and frees its storage.
   void Clear();
 
-  // Building: the pairs as offsets into the file's bytes, then the bytes.
+  // Indexes of the pairs whose value is "SECTION" or "ENDSEC", in order: noted while
+  // the pairs are built, so that finding the sections takes no pass over them all.
+  const std::vector<int32_t>& SectionMarks() const { return marks_; }
+
+  // Building: the pairs as offsets into the file's bytes (value is the pair's value
+  // there), then the bytes.
   void Reset(size_t expectedPairs);
-  void Add(int32_t code, size_t offset, size_t length);
+  void Add(int32_t code, size_t offset, std::string_view value);
   void AdoptBytes(FileBytes&& bytes) { bytes_ = std::move(bytes); }
 
   // Pairs of the rest of the file, built on another thread while this table takes
@@ -69,14 +74,15 @@ class GroupPairTable {
   class Part {
    public:
     void Reserve(size_t pairs) { entries_.reserve(pairs); }
-    void Add(int32_t code, size_t offset, size_t length) {
-      AddTo(entries_, wide_, static_cast<int32_t>(entries_.size()), code, offset, length);
+    void Add(int32_t code, size_t offset, std::string_view value) {
+      AddTo(entries_, wide_, marks_, static_cast<int32_t>(entries_.size()), code, offset, value);
     }
 
    private:
     friend class GroupPairTable;
     LargeArray<Entry> entries_;
-    WideEntries wide_;  // by index in the part
+    WideEntries wide_;            // by index in the part
+    std::vector<int32_t> marks_;  // by index in the part
   };
   void Join(Part&& tail);
 
@@ -86,8 +92,8 @@ class GroupPairTable {
  private:
   static constexpr int16_t kWide = INT16_MIN;
   static constexpr uint16_t kLong = UINT16_MAX;
-  static void AddTo(LargeArray<Entry>& entries, WideEntries& wide, int32_t index, int32_t code,
-                    size_t offset, size_t length);
+  static void AddTo(LargeArray<Entry>& entries, WideEntries& wide, std::vector<int32_t>& marks,
+                    int32_t index, int32_t code, size_t offset, std::string_view value);
   const Entry& At(int32_t i) const;
   const WideEntry& Wide(int32_t i) const;
 
@@ -96,6 +102,7 @@ class GroupPairTable {
   LargeArray<Entry> head_;
   LargeArray<Entry> tail_;
   WideEntries wide_;
+  std::vector<int32_t> marks_;
 };
 
 // Loading builds the pairs of a file on two threads once they take this many bytes

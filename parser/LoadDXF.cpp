@@ -104,7 +104,7 @@ class BackPairs {
       }
       for (uint32_t k = 1; back_.Next(code) && back_.Next(value); ++k) {
         if (!code.empty() && !value.empty()) {
-          part_.Add(ReadGroupCode(code), static_cast<size_t>(value.data() - base_), value.size());
+          part_.Add(ReadGroupCode(code), static_cast<size_t>(value.data() - base_), value);
         }
         codeLine_ += 2;
         if (k % 65536 == 0 && helper_.Stopping()) break;
@@ -200,7 +200,7 @@ void Vessik_Parser::LoadDXF(const std::string& TheFile) {
     const char* base = lines.Bytes().data();
     auto addPair = [&](std::string_view code, std::string_view value) {
       if (code.empty() || value.empty()) return;
-      pairs.Add(ReadGroupCode(code), static_cast<size_t>(value.data() - base), value.size());
+      pairs.Add(ReadGroupCode(code), static_cast<size_t>(value.data() - base), value);
       PumpMessages();
       PollCancelWhileLoading();
     };

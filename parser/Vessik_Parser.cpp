@@ -167,9 +167,15 @@ std::vector<Vessik_Section> Vessik_Parser::ParseSections() {
   const GroupPairTable& pairs = GroupPairs();
   std::vector<Vessik_Section> result;
   std::unique_ptr<Vessik_Section> current;
+  // Only the pairs whose value is "SECTION" or "ENDSEC" open and close sections,
+  // whatever their code; the first pair of code 2 from the opening on names the
+  // section. The table knows where the first kind lie, so the pairs in between
+  // are only looked at until the open section has its name.
+  const std::vector<int32_t>& marks = pairs.SectionMarks();
   const int32_t count = pairs.Count();
-  for (int32_t i = 0; i < count; ++i) {
-    if ((i & 0xFFFF) == 0) PollCancelWhileLoading();
+  for (size_t m = 0; m < marks.size(); ++m) {
+    const int32_t i = marks[m];
+    PollCancelWhileLoading();
     std::string_view value = pairs.Value(i);
     if (value == "SECTION") {
       current = std::make_unique<Vessik_Section>();
@@ -180,6 +186,11 @@ std::vector<Vessik_Section> Vessik_Parser::ParseSections() {
       current->EndLine = i;
       result.push_back(std::move(*current));
       current.reset();
+    }
+    const int32_t next = m + 1 < marks.size() ? marks[m + 1] : count;
+    for (int32_t j = i + 1; j < next && current && current->Name.empty(); ++j) {
+      if ((j & 0xFFFF) == 0) PollCancelWhileLoading();
+      if (pairs.Code(j) == 2) current->Name = std::string(pairs.Value(j));
     }
   }
   return result;

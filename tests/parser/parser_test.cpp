@@ -610,6 +610,61 @@ TEST(ParseSections, KeywordsAreExact) {
   EXPECT_TRUE(s.empty());
 }
 
+TEST(ParseSections, SameAsAPassOverEveryPairOnRandomDrawings) {
+  // The sections as one pass over all pairs finds them, pair by pair.
+  auto byEveryPair = [](const Pairs& p) {
+    std::vector<Vessik_Section> result;
+    bool open = false;
+    Vessik_Section current;
+    for (int32_t i = 0; i < static_cast<int32_t>(p.size()); ++i) {
+      const std::string& value = p[static_cast<size_t>(i)].second;
+      if (value == "SECTION") {
+        current = Vessik_Section();
+        current.BeginLine = i;
+        open = true;
+      }
+      if (p[static_cast<size_t>(i)].first == 2 && open && current.Name.empty())
+        current.Name = value;
+      if (value == "ENDSEC" && open) {
+        current.EndLine = i;
+        result.push_back(current);
+        open = false;
+      }
+    }
+    return result;
+  };
+  const int codes[] = {0, 2, 2, 5, 8};
+  const char* values[] = {"SECTION", "ENDSEC", "A", "B", "", "SECTIONS", "ENDSEC "};
+  uint32_t seed = 12345;
+  auto next = [&seed](uint32_t n) {
+    seed = seed * 1103515245u + 12345u;
+    return (seed >> 16) % n;
+  };
+  int sectionsSeen = 0;
+  int laterNames = 0;
+  for (int round = 0; round < 2000; ++round) {
+    Pairs p;
+    const uint32_t length = next(40);
+    for (uint32_t k = 0; k < length; ++k) p.push_back({codes[next(5)], values[next(7)]});
+    const std::vector<Vessik_Section> expected = byEveryPair(p);
+    const std::vector<Vessik_Section> got = Sections(p);
+    ASSERT_EQ(got.size(), expected.size()) << "round " << round;
+    for (size_t k = 0; k < got.size(); ++k) {
+      EXPECT_EQ(got[k].BeginLine, expected[k].BeginLine) << "round " << round;
+      EXPECT_EQ(got[k].EndLine, expected[k].EndLine) << "round " << round;
+      EXPECT_EQ(got[k].Name, expected[k].Name) << "round " << round;
+      ++sectionsSeen;
+      // Names found beyond the pair after the opening, past empty values.
+      if (!got[k].Name.empty() &&
+          p[static_cast<size_t>(got[k].BeginLine) + 1].second != got[k].Name) {
+        ++laterNames;
+      }
+    }
+  }
+  EXPECT_GT(sectionsSeen, 1000);
+  EXPECT_GT(laterNames, 100);
+}
+
 TEST(FindSection, ExactAndCaseSensitive) {
   auto s = Sections({{0, "SECTION"}, {2, "TABLES"}, {0, "ENDSEC"}});
   EXPECT_EQ(Vessik_Parser::FindSection(s, "TABLES"), 0);
