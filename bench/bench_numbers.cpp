@@ -1,9 +1,11 @@
-// Writing numbers as text: the printer spends most of its time here on large
-// drawings. The values are of the kinds a drawing's records hold.
+// Writing numbers as text, and reading them: the printer spends most of its time
+// writing them on large drawings, the reader much of its time reading them. The
+// values are of the kinds a drawing's records hold.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
 #include <random>
+#include <string>
 #include <vector>
 
 #include "parser/Vessik_Convert.h"
@@ -43,6 +45,21 @@ void BM_WriteDouble(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(BM_WriteDouble)->Arg(0)->Arg(1)->Arg(2);
+
+// Reading them back: the value lines of a drawing, as the reader sees them.
+void BM_ReadNumber(benchmark::State& state) {
+  std::vector<std::string> texts;
+  char buf[64];
+  for (double v : Values(static_cast<int>(state.range(0)))) {
+    texts.emplace_back(buf, WriteDouble(buf, v, "."));
+  }
+  size_t i = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(ReadNumber(texts[i++ & 4095], false));
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_ReadNumber)->Arg(0)->Arg(1)->Arg(2);
 
 }  // namespace
 }  // namespace vessik

@@ -113,13 +113,83 @@ bool IsDigit(int c) {
   return c >= '0' && c <= '9';
 }
 
-// Plain decimals ("-12.5") of up to 15 digits: the digits as an integer and a power
-// of ten are both exact doubles, so their quotient is the correctly rounded value.
+constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                   1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+
+// The n (1 to 8) bytes at p in one word, the first in the lowest byte; the bytes
+// above them are zero. No byte outside [p, p + n) is read.
+uint64_t LoadUpToEight(const char* p, size_t n) {
+  if (n >= 4) {
+    // Two four-byte loads that overlap where n < 8; the overlap holds the same bytes.
+    uint32_t low;
+    uint32_t high;
+    std::memcpy(&low, p, 4);
+    std::memcpy(&high, p + n - 4, 4);
+    return low | static_cast<uint64_t>(high) << (8 * (n - 4));
+  }
+  const auto byte = [p](size_t k) {
+    return static_cast<uint64_t>(static_cast<unsigned char>(p[k]));
+  };
+  return byte(0) | byte(n / 2) << (8 * (n / 2)) | byte(n - 1) << (8 * (n - 1));
+}
+
+// Digits with at most one point, 1 to 8 characters at p, as the integer of the
+// digits and the number of them behind the point; false for anything else. The
+// characters are checked and put together eight at a time, without a branch for
+// each: the lengths of a drawing's numbers vary too much for a loop's exit to be
+// foreseen.
+bool ReadEightCharDecimal(const char* p, size_t n, uint64_t& mantissa, int& decimals) {
+  constexpr uint64_t kOnes = 0x0101010101010101ULL;
+  constexpr uint64_t kHigh = 0x8080808080808080ULL;
+  const uint64_t w = LoadUpToEight(p, n);
+  const uint64_t inText = n == 8 ? kHigh : kHigh & ((uint64_t{1} << (8 * n)) - 1);
+  if ((w & kHigh) != 0) return false;
+  // High bit of each byte that is '.', found exactly (no carry between bytes).
+  const uint64_t x = w ^ (kOnes * '.');
+  const uint64_t points = ~(((x & ~kHigh) + ~kHigh) | x) & inText;
+  if ((points & (points - 1)) != 0) return false;
+  // Every other byte of the text is a digit: at most '9' and at least '0'.
+  const uint64_t digitBytes = inText & ~points;
+  if (((w + kOnes * (0x7F - '9')) & digitBytes) != 0) return false;
+  if ((((w | kHigh) - kOnes * '0') & digitBytes) != digitBytes) return false;
+  size_t count = n;
+  uint64_t digits = w;
+  decimals = 0;
+  if (points != 0) {
+    const int at = std::countr_zero(points) / 8;
+    const uint64_t below = (uint64_t{1} << (8 * at)) - 1;
+    // The point taken out: the bytes above it move down one.
+    digits = (w & below) | ((w >> 8) & ~below);
+    decimals = static_cast<int>(n) - at - 1;
+    --count;
+  }
+  if (count == 0) return false;
+  // Right-aligned in eight digits behind zeros, then summed in pairs, fours, eights.
+  const uint64_t zeros = count == 8 ? 0 : (kOnes * '0') >> (8 * count);
+  uint64_t v = (count == 8 ? digits : (digits << (8 * (8 - count)) | zeros)) - kOnes * '0';
+  v = v * 10 + (v >> 8);
+  v = (((v & 0x000000FF000000FFULL) * (100 + (1000000ULL << 32))) +
+       (((v >> 16) & 0x000000FF000000FFULL) * (1 + (10000ULL << 32)))) >>
+      32;
+  mantissa = v;
+  return true;
+}
+
+}  // namespace
+
+// The digits as an integer and a power of ten are both exact doubles, so their
+// quotient is the correctly rounded value.
 bool ReadShortDecimal(std::string_view text, double& value) {
-  static constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                       1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
   size_t i = !text.empty() && text[0] == '-' ? 1 : 0;
   const bool negative = i == 1;
+  if (const size_t n = text.size() - i; n >= 1 && n <= 8) {
+    uint64_t mantissa = 0;
+    int decimals = 0;
+    if (!ReadEightCharDecimal(text.data() + i, n, mantissa, decimals)) return false;
+    const double v = static_cast<double>(mantissa) / kPowersOfTen[decimals];
+    value = negative ? -v : v;
+    return true;
+  }
   uint64_t mantissa = 0;
   int digits = 0;
   int decimals = 0;
@@ -137,12 +207,10 @@ bool ReadShortDecimal(std::string_view text, double& value) {
     }
   }
   if (digits == 0) return false;
-  const double v = static_cast<double>(mantissa) / kPowers[decimals];
+  const double v = static_cast<double>(mantissa) / kPowersOfTen[decimals];
   value = negative ? -v : v;
   return true;
 }
-
-}  // namespace
 
 double ReadNumber(std::string_view text, bool commaIsPoint) {
   // Most values are plain decimals ("-12.5"): read those directly.

@@ -17,6 +17,10 @@ namespace vessik {
 // as the decimal point.
 double ReadNumber(std::string_view text, bool commaIsPoint);
 
+// The first way ReadNumber tries: a plain decimal ("-12.5", "7", ".25") of up to 15
+// digits, with no other character. False, and value untouched, for anything else.
+bool ReadShortDecimal(std::string_view text, double& value);
+
 // ReadNumber of "&H" followed by digits, without building that text.
 double ReadHexNumber(std::string_view digits);
 

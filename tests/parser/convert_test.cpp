@@ -207,6 +207,97 @@ TEST(ReadNumber, WithoutCommaStep) {
 
 // Text to a 32-bit integer
 
+namespace {
+
+// The plain decimal reading character by character: digits, at most one point, a
+// leading minus, at most 15 digits; the integer of the digits over a power of ten.
+bool PlainDecimalOneByOne(const std::string& text, double& value) {
+  size_t i = !text.empty() && text[0] == '-' ? 1 : 0;
+  uint64_t mantissa = 0;
+  int digits = 0;
+  int decimals = 0;
+  bool point = false;
+  for (size_t k = i; k < text.size(); ++k) {
+    const char c = text[k];
+    if (c >= '0' && c <= '9') {
+      if (++digits > 15) return false;
+      mantissa = mantissa * 10 + static_cast<uint64_t>(c - '0');
+      if (point) ++decimals;
+    } else if (c == '.' && !point) {
+      point = true;
+    } else {
+      return false;
+    }
+  }
+  if (digits == 0) return false;
+  static constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                       1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  const double v = static_cast<double>(mantissa) / kPowers[decimals];
+  value = i == 1 ? -v : v;
+  return true;
+}
+
+}  // namespace
+
+TEST(ReadShortDecimal, SameAsCharacterByCharacterOnEveryShortShape) {
+  // Short texts of characters that come close: digits, points, signs, blanks, an
+  // exponent letter, a comma, a zero byte and a byte above 127.
+  const std::string alphabet = std::string("0123456789..-+ e,\x80") + '\0' + "9";
+  std::mt19937 random(11);
+  int accepted = 0;
+  int refused = 0;
+  for (int round = 0; round < 400000; ++round) {
+    const size_t length = random() % 11;
+    std::string text;
+    for (size_t k = 0; k < length; ++k) text += alphabet[random() % alphabet.size()];
+    double expected = 12345;
+    double got = 12345;
+    const bool plain = PlainDecimalOneByOne(text, expected);
+    ASSERT_EQ(ReadShortDecimal(text, got), plain) << '"' << text << '"';
+    if (plain) {
+      ++accepted;
+      ASSERT_EQ(std::signbit(got), std::signbit(expected)) << text;
+      ASSERT_EQ(got, expected) << text;
+    } else {
+      ++refused;
+      ASSERT_EQ(got, 12345) << text;
+    }
+  }
+  EXPECT_GT(accepted, 20000);
+  EXPECT_GT(refused, 20000);
+}
+
+TEST(ReadShortDecimal, EveryLengthAndPointPlace) {
+  // One to fifteen digits with the point before, between and behind them, and
+  // without one, with and without a minus.
+  for (int digits = 1; digits <= 15; ++digits) {
+    const std::string run = std::string("987654321012345").substr(0, static_cast<size_t>(digits));
+    for (int at = 0; at <= digits; ++at) {
+      for (const std::string sign : {"", "-"}) {
+        const std::string text = sign + run.substr(0, static_cast<size_t>(at)) + "." +
+                                 run.substr(static_cast<size_t>(at));
+        double got = 0;
+        ASSERT_TRUE(ReadShortDecimal(text, got)) << text;
+        EXPECT_EQ(got, std::strtod(text.c_str(), nullptr)) << text;
+        ASSERT_TRUE(ReadShortDecimal(sign + run, got));
+        EXPECT_EQ(got, std::strtod((sign + run).c_str(), nullptr)) << run;
+      }
+    }
+  }
+  double v = 1;
+  EXPECT_TRUE(ReadShortDecimal("-0", v));
+  EXPECT_TRUE(std::signbit(v));
+  EXPECT_EQ(v, 0);
+  EXPECT_TRUE(ReadShortDecimal("5.", v));
+  EXPECT_EQ(v, 5);
+  EXPECT_TRUE(ReadShortDecimal(".25", v));
+  EXPECT_EQ(v, 0.25);
+  for (const char* no : {"", "-", ".", "-.", "1.2.3", "1..", "+1", " 1", "1 ", "1e5", "1,5",
+                         "1234567890123456", "12345678.90123456"}) {
+    EXPECT_FALSE(ReadShortDecimal(no, v)) << no;
+  }
+}
+
 TEST(TextToLong, PlainNumbers) {
   EXPECT_EQ(TextToLong("42"), 42);
   EXPECT_EQ(TextToLong("+7"), 7);
