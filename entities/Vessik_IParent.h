@@ -33,7 +33,7 @@ class Vessik_IParent {
   virtual double Rotation() const = 0;
   virtual void Rotation(double value) = 0;
   // All of the placement at once, for the many points placed through it.
-  virtual void Placement(Vessik_Placement& p) const = 0;
+  virtual const Vessik_Placement& Placement() const = 0;
   virtual double XBlock() const = 0;
   virtual void XBlock(double value) = 0;
   virtual double YBlock() const = 0;

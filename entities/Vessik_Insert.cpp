@@ -52,22 +52,22 @@ int32_t Vessik_Insert::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Lay
         Layer = LayerIndex(Layers, value);
         break;
       case 10:
-        x_ = ParseDouble(value);
+        placement_.X = ParseDouble(value);
         break;
       case 20:
-        y_ = ParseDouble(value);
+        placement_.Y = ParseDouble(value);
         break;
       case 30:
-        z_ = ParseDouble(value);
+        placement_.Z = ParseDouble(value);
         break;
       case 41:
-        xScale_ = ParseDouble(value);
+        placement_.XScale = ParseDouble(value);
         break;
       case 42:
-        yScale_ = ParseDouble(value);
+        placement_.YScale = ParseDouble(value);
         break;
       case 43:
-        zScale_ = ParseDouble(value);
+        placement_.ZScale = ParseDouble(value);
         break;
       case 50:
         Rotation(ParseDouble(value));
@@ -81,8 +81,8 @@ int32_t Vessik_Insert::Vessik_IEntity_Read(int32_t StartLine, Vessik_Layers& Lay
 void Vessik_Insert::Rotation(double v) {
   rotation_ = v;
   const double a = Deg2Rad(v);
-  cos_ = std::cos(a);
-  sin_ = std::sin(a);
+  placement_.Cos = std::cos(a);
+  placement_.Sin = std::sin(a);
 }
 
 void Vessik_Insert::ExpandBlock(Vessik_CommonData* Data, const std::vector<Vessik_Block>& Blocks,
@@ -104,9 +104,9 @@ void Vessik_Insert::ExpandBlock(Vessik_CommonData* Data, const std::vector<Vessi
   // A block that refers to itself, directly or through others, would nest without
   // end; the reference that goes too deep fails the parse cleanly instead.
   if (Level > kMaxNesting) RaisePlatformError(errnum::OutOfStackSpace);
-  xBlock_ = block->X;
-  yBlock_ = block->Y;
-  zBlock_ = block->Z;
+  placement_.XBlock = block->X;
+  placement_.YBlock = block->Y;
+  placement_.ZBlock = block->Z;
   Entities = ReadEntities(block->StartLine, block->EndLine, this, Data, Blocks, Layers, Level);
 }
 

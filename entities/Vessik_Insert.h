@@ -71,30 +71,27 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
   // Vessik_IParent
   Vessik_IParent* Parent() const override { return parent_; }
   void Parent(Vessik_IParent* value) override { parent_ = value; }
-  double X() const override { return x_; }
-  void X(double v) override { x_ = v; }
-  double Y() const override { return y_; }
-  void Y(double v) override { y_ = v; }
-  double Z() const override { return z_; }
-  void Z(double v) override { z_ = v; }
-  double XScale() const override { return xScale_; }
-  void XScale(double v) override { xScale_ = v; }
-  double YScale() const override { return yScale_; }
-  void YScale(double v) override { yScale_ = v; }
-  double ZScale() const override { return zScale_; }
-  void ZScale(double v) override { zScale_ = v; }
+  double X() const override { return placement_.X; }
+  void X(double v) override { placement_.X = v; }
+  double Y() const override { return placement_.Y; }
+  void Y(double v) override { placement_.Y = v; }
+  double Z() const override { return placement_.Z; }
+  void Z(double v) override { placement_.Z = v; }
+  double XScale() const override { return placement_.XScale; }
+  void XScale(double v) override { placement_.XScale = v; }
+  double YScale() const override { return placement_.YScale; }
+  void YScale(double v) override { placement_.YScale = v; }
+  double ZScale() const override { return placement_.ZScale; }
+  void ZScale(double v) override { placement_.ZScale = v; }
   double Rotation() const override { return rotation_; }
   void Rotation(double v) override;
-  void Placement(Vessik_Placement& p) const override {
-    p = Vessik_Placement{x_,      y_,      z_,      xScale_, yScale_, zScale_,
-                         xBlock_, yBlock_, zBlock_, cos_,    sin_};
-  }
-  double XBlock() const override { return xBlock_; }
-  void XBlock(double v) override { xBlock_ = v; }
-  double YBlock() const override { return yBlock_; }
-  void YBlock(double v) override { yBlock_ = v; }
-  double ZBlock() const override { return zBlock_; }
-  void ZBlock(double v) override { zBlock_ = v; }
+  const Vessik_Placement& Placement() const override { return placement_; }
+  double XBlock() const override { return placement_.XBlock; }
+  void XBlock(double v) override { placement_.XBlock = v; }
+  double YBlock() const override { return placement_.YBlock; }
+  void YBlock(double v) override { placement_.YBlock = v; }
+  double ZBlock() const override { return placement_.ZBlock; }
+  void ZBlock(double v) override { placement_.ZBlock = v; }
 
  private:
   void ExpandBlock(Vessik_CommonData* Data, const std::vector<Vessik_Block>& Blocks,
@@ -143,13 +140,10 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
   std::unique_ptr<CurvePool> curves_;
   std::vector<int64_t> fitsNeeded_;
   size_t fitsHanded_ = 0;
-  double x_ = 0, y_ = 0, z_ = 0;
-  double xScale_ = 1, yScale_ = 1, zScale_ = 1;
   double rotation_ = 0;
-  // Of rotation_, worked out when it is set: every point placed through this
-  // reference needs them.
-  double cos_ = 1, sin_ = 0;
-  double xBlock_ = 0, yBlock_ = 0, zBlock_ = 0;
+  // Held as one record, which every point placed through this reference reads;
+  // its Cos and Sin are those of rotation_, worked out when it is set.
+  Vessik_Placement placement_{0, 0, 0, 1, 1, 1, 0, 0, 0, 1, 0};
 };
 
 }  // namespace vessik

@@ -15,9 +15,8 @@ Vessik_Point Vessik_Point::rot_sca_abs(const Vessik_IParent* Parent) const {
   Vessik_Point R(X, Y, Z);
   // Innermost reference first: base point out, scale, rotate about Z, insertion
   // point in; then the same with the next reference out.
-  Vessik_Placement p;
   for (; Parent != nullptr; Parent = Parent->Parent()) {
-    Parent->Placement(p);
+    const Vessik_Placement& p = Parent->Placement();
     R.X = (R.X - p.XBlock) * p.XScale;
     R.Y = (R.Y - p.YBlock) * p.YScale;
     R.Z = R.Z - p.ZBlock;
