@@ -1,6 +1,7 @@
 #include "entities/RecordText.h"
 
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <string>
 
@@ -12,6 +13,16 @@ namespace {
 thread_local RecordForm t_form = RecordForm::Text;
 
 char* WriteLong(char* out, int64_t value) {
+  // Record types, layer numbers and most colours have one or two digits.
+  if (static_cast<uint64_t>(value) < 10) {
+    *out = static_cast<char>('0' + value);
+    return out + 1;
+  }
+  if (static_cast<uint64_t>(value) < 100) {
+    out[0] = static_cast<char>('0' + value / 10);
+    out[1] = static_cast<char>('0' + value % 10);
+    return out + 2;
+  }
   return std::to_chars(out, out + 24, value).ptr;
 }
 
