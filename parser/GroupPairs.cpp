@@ -48,9 +48,7 @@ void GroupPairTable::AddTo(LargeArray<Entry>& entries, WideEntries& wide,
                            std::vector<int32_t>& marks, int32_t index, int32_t code, size_t offset,
                            std::string_view value) {
   const size_t length = value.size();
-  if ((length == 7 && value == "SECTION") || (length == 6 && value == "ENDSEC")) {
-    marks.push_back(index);
-  }
+  if (value == "SECTION" || value == "ENDSEC") marks.push_back(index);
   const bool wideCode = code <= kWide || code > INT16_MAX;
   const bool longValue = length >= kLong;
   if (wideCode || longValue) wide[index] = WideEntry{code, static_cast<uint32_t>(length)};

@@ -175,27 +175,14 @@ bool ReadEightCharDecimal(const char* p, size_t n, uint64_t& mantissa, int& deci
   return true;
 }
 
-}  // namespace
-
-// The digits as an integer and a power of ten are both exact doubles, so their
-// quotient is the correctly rounded value.
-bool ReadShortDecimal(std::string_view text, double& value) {
-  size_t i = !text.empty() && text[0] == '-' ? 1 : 0;
-  const bool negative = i == 1;
-  if (const size_t n = text.size() - i; n >= 1 && n <= 8) {
-    uint64_t mantissa = 0;
-    int decimals = 0;
-    if (!ReadEightCharDecimal(text.data() + i, n, mantissa, decimals)) return false;
-    const double v = static_cast<double>(mantissa) / kPowersOfTen[decimals];
-    value = negative ? -v : v;
-    return true;
-  }
-  uint64_t mantissa = 0;
+// The same for longer texts, character by character: up to 15 digits.
+bool ReadLongDecimal(const char* p, size_t n, uint64_t& mantissa, int& decimals) {
   int digits = 0;
-  int decimals = 0;
   bool point = false;
-  for (; i < text.size(); ++i) {
-    const char c = text[i];
+  mantissa = 0;
+  decimals = 0;
+  for (size_t k = 0; k < n; ++k) {
+    const char c = p[k];
     if (c >= '0' && c <= '9') {
       if (++digits > 15) return false;
       mantissa = mantissa * 10 + static_cast<uint64_t>(c - '0');
@@ -206,7 +193,22 @@ bool ReadShortDecimal(std::string_view text, double& value) {
       return false;
     }
   }
-  if (digits == 0) return false;
+  return digits > 0;
+}
+
+}  // namespace
+
+// The digits as an integer and a power of ten are both exact doubles, so their
+// quotient is the correctly rounded value.
+bool ReadShortDecimal(std::string_view text, double& value) {
+  const bool negative = !text.empty() && text[0] == '-';
+  if (negative) text.remove_prefix(1);
+  uint64_t mantissa = 0;
+  int decimals = 0;
+  const bool plain = text.size() >= 1 && text.size() <= 8
+                         ? ReadEightCharDecimal(text.data(), text.size(), mantissa, decimals)
+                         : ReadLongDecimal(text.data(), text.size(), mantissa, decimals);
+  if (!plain) return false;
   const double v = static_cast<double>(mantissa) / kPowersOfTen[decimals];
   value = negative ? -v : v;
   return true;
