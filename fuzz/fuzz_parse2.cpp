@@ -3,8 +3,8 @@
 // The input is the drawing file. When its first byte is 0x80 or above, that byte
 // picks the settings and the mode (0x40: true geometry) and the rest is the file;
 // otherwise the whole input is the file, parsed with the tool's defaults in the
-// default mode, so that real drawings serve as seeds unchanged. A Vessik_Error is an ordinary end of a parse; any other exception
-// escaping Parse2, a crash or a sanitizer report is a finding.
+// default mode, so that real drawings serve as seeds unchanged. A Vessik_Error is an ordinary end
+// of a parse; any other exception escaping Parse2, a crash or a sanitizer report is a finding.
 //
 // Each parse runs as a careful host runs it: with a memory budget of 512 MB, so
 // that a drawing that asks for more fails with 7 rather than exhausting the
@@ -30,27 +30,39 @@
 namespace {
 
 // One temporary file per process, written anew for every input: Parse2 reads a
-// file by name.
-const std::string& InputPath() {
-  static const std::string path = [] {
+// file by name. The file is unlinked as soon as it is made and reached through
+// /proc/self/fd, so nothing is left behind however libFuzzer ends the process
+// (it leaves through _Exit, which runs no atexit handler).
+int InputFd() {
+  static const int fd = [] {
     const char* dir = std::getenv("TMPDIR");
     std::string pattern = std::string(dir != nullptr && *dir != '\0' ? dir : "/tmp") +
                           "/vessik_fuzz_parse2_XXXXXX.dxf";
-    const int fd = mkstemps(pattern.data(), 4);
-    if (fd < 0) {
-      std::perror("fuzz_parse2: mkstemps");
+    const int made = mkstemps(pattern.data(), 4);
+    if (made < 0 || unlink(pattern.c_str()) != 0) {
+      std::perror("fuzz_parse2: temporary input file");
       std::abort();
     }
-    close(fd);
-    std::atexit([] { std::remove(InputPath().c_str()); });
-    return pattern;
+    return made;
   }();
+  return fd;
+}
+
+const std::string& InputPath() {
+  static const std::string path = "/proc/self/fd/" + std::to_string(InputFd());
   return path;
 }
 
 void WriteInput(const uint8_t* data, size_t size) {
-  std::FILE* f = std::fopen(InputPath().c_str(), "wb");
-  if (f == nullptr || (size > 0 && std::fwrite(data, 1, size, f) != size) || std::fclose(f) != 0) {
+  const int fd = InputFd();
+  size_t done = 0;
+  bool ok = ftruncate(fd, 0) == 0;
+  while (ok && done < size) {
+    const ssize_t n = pwrite(fd, data + done, size - done, static_cast<off_t>(done));
+    ok = n > 0;
+    if (ok) done += static_cast<size_t>(n);
+  }
+  if (!ok) {
     std::perror("fuzz_parse2: writing the input file");
     std::abort();
   }
