@@ -90,7 +90,8 @@ void Vessik_Insert::ExpandBlock(Vessik_CommonData* Data, const std::vector<Vessi
   if (Blocks.empty()) return;
   // The first block of the name counts.
   const Vessik_Block* block = nullptr;
-  if (const BlockLookup* lookup = BlockLookup::For(Blocks)) {
+  BlockLookup* lookup = BlockLookup::For(Blocks);
+  if (lookup != nullptr) {
     block = lookup->Find(Name);
   } else {
     for (const Vessik_Block& b : Blocks) {
@@ -107,13 +108,18 @@ void Vessik_Insert::ExpandBlock(Vessik_CommonData* Data, const std::vector<Vessi
   placement_.XBlock = block->X;
   placement_.YBlock = block->Y;
   placement_.ZBlock = block->Z;
-  Entities = ReadEntities(block->StartLine, block->EndLine, this, Data, Blocks, Layers, Level);
+  const int32_t expected = lookup != nullptr ? lookup->ItemCount(*block) : 0;
+  Entities =
+      ReadEntities(block->StartLine, block->EndLine, this, Data, Blocks, Layers, Level, expected);
+  if (lookup != nullptr && expected == 0) lookup->NoteItemCount(*block, Entities->Count());
 }
 
 std::unique_ptr<Vessik_Entities> Vessik_Insert::ReadEntities(
     int32_t StartLine, int32_t EndLine, Vessik_IParent* Parent, Vessik_CommonData* Data,
-    const std::vector<Vessik_Block>& Blocks, Vessik_Layers& Layers, int Level) {
+    const std::vector<Vessik_Block>& Blocks, Vessik_Layers& Layers, int Level,
+    int32_t ExpectedItems) {
   auto result = std::make_unique<Vessik_Entities>();
+  result->Reserve(ExpectedItems);
   const bool topLevel = Parent != nullptr && Parent->Parent() == nullptr;
   // A drawing read to be printed once is printed while it is read, and its curves
   // are fitted on other threads meanwhile.

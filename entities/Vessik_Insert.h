@@ -51,11 +51,13 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
 
   // Builds the entities of the pairs StartLine to EndLine, with Parent as their
   // parent, expanding every block reference through its block. Level is the
-  // nesting of the references that the new objects stand in (0 at the root).
+  // nesting of the references that the new objects stand in (0 at the root);
+  // room is made for ExpectedItems at once.
   std::unique_ptr<Vessik_Entities> ReadEntities(int32_t StartLine, int32_t EndLine,
                                                 Vessik_IParent* Parent, Vessik_CommonData* Data,
                                                 const std::vector<Vessik_Block>& Blocks,
-                                                Vessik_Layers& Layers, int Level = 0);
+                                                Vessik_Layers& Layers, int Level = 0,
+                                                int32_t ExpectedItems = 0);
 
   // Vessik_IEntity
   Vessik_IParent* Vessik_IEntity_Parent() const override { return parent_; }

@@ -41,7 +41,7 @@ int32_t LayerLookup::FindTakingIn(std::string_view name) {
 }
 
 BlockLookup::BlockLookup(const std::vector<Vessik_Block>& blocks)
-    : blocks_(blocks), previous_(tBlockLookup) {
+    : blocks_(blocks), itemCounts_(blocks.size(), 0), previous_(tBlockLookup) {
   first_.reserve(blocks.size());
   for (size_t i = 0; i < blocks.size(); ++i) {
     first_.try_emplace(blocks[i].Name, static_cast<int32_t>(i));
@@ -60,6 +60,14 @@ BlockLookup* BlockLookup::For(const std::vector<Vessik_Block>& blocks) {
 const Vessik_Block* BlockLookup::Find(std::string_view name) const {
   const auto it = first_.find(name);
   return it == first_.end() ? nullptr : &blocks_[static_cast<size_t>(it->second)];
+}
+
+int32_t BlockLookup::ItemCount(const Vessik_Block& block) const {
+  return itemCounts_[static_cast<size_t>(&block - blocks_.data())];
+}
+
+void BlockLookup::NoteItemCount(const Vessik_Block& block, int32_t count) {
+  itemCounts_[static_cast<size_t>(&block - blocks_.data())] = count;
 }
 
 }  // namespace vessik

@@ -94,9 +94,16 @@ class BlockLookup {
   // The first block of that name, or none.
   const Vessik_Block* Find(std::string_view name) const;
 
+  // How many items an expansion of this block (one of the list) gave before, or 0:
+  // every reference to a block reads the same items, so the next can make room
+  // for them at once instead of growing its list step by step.
+  int32_t ItemCount(const Vessik_Block& block) const;
+  void NoteItemCount(const Vessik_Block& block, int32_t count);
+
  private:
   const std::vector<Vessik_Block>& blocks_;
   FirstPositions first_;
+  std::vector<int32_t> itemCounts_;
   BlockLookup* previous_;
 };
 

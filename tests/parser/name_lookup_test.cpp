@@ -135,6 +135,62 @@ TEST(BlockLookup, FirstOfANameWinsAndMissingIsNone) {
   EXPECT_EQ(BlockLookup::For(other), nullptr);
 }
 
+TEST(BlockLookup, RemembersTheItemCountOfEachBlockOfTheList) {
+  const std::vector<Vessik_Block> blocks{BlockNamed("A", 10), BlockNamed("B", 20),
+                                         BlockNamed("A", 30)};
+  BlockLookup lookup(blocks);
+  EXPECT_EQ(lookup.ItemCount(blocks[0]), 0);
+  lookup.NoteItemCount(blocks[0], 7);
+  lookup.NoteItemCount(blocks[1], 3);
+  EXPECT_EQ(lookup.ItemCount(blocks[0]), 7);
+  EXPECT_EQ(lookup.ItemCount(blocks[1]), 3);
+  // The second block of a name is a block of its own.
+  EXPECT_EQ(lookup.ItemCount(blocks[2]), 0);
+}
+
+// Every reference to a block after the first makes room for the items the first
+// gave: the items, and so the text, are those of the block all the same, whatever
+// the references around it.
+TEST(NameLookupInParse, EveryReferenceToABlockGivesAllItsItems) {
+  using test::Pairs;
+  const Pairs blocks = test::Concat(
+      {test::Block("B", {{0, "LINE"},
+                         {8, "L"},
+                         {10, "1"},
+                         {20, "1"},
+                         {11, "2"},
+                         {21, "2"},
+                         {0, "LINE"},
+                         {8, "L"},
+                         {10, "3"},
+                         {20, "3"},
+                         {11, "4"},
+                         {21, "4"},
+                         {0, "INSERT"},
+                         {2, "C"},
+                         {10, "5"},
+                         {20, "0"}}),
+       test::Block("C", {{0, "LINE"}, {8, "L"}, {10, "0"}, {20, "0"}, {11, "1"}, {21, "0"}})});
+  Pairs entities;
+  for (int k = 0; k < 3; ++k) {
+    const Pairs reference{
+        {0, "INSERT"}, {8, "L"}, {2, "B"}, {10, std::to_string(10 * k)}, {20, "0"}};
+    entities.insert(entities.end(), reference.begin(), reference.end());
+  }
+  const std::string text = test::ParseDrawing(entities, {{"L", 1}}, blocks);
+  std::string expected;
+  for (int k = 0; k < 3; ++k) {
+    const auto at = [&](int dx) { return std::to_string(10 * k + dx); };
+    expected +=
+        "0\t83\tL\t0\t255\t" + at(1) + "\t1\t0\t" + at(2) + "\t2\t0\t0\t0\t0\t0\t0\t0\t\r\n";
+    expected +=
+        "0\t83\tL\t0\t255\t" + at(3) + "\t3\t0\t" + at(4) + "\t4\t0\t0\t0\t0\t0\t0\t0\t\r\n";
+    expected +=
+        "0\t83\tL\t0\t255\t" + at(5) + "\t0\t0\t" + at(6) + "\t0\t0\t0\t0\t0\t0\t0\t0\t\r\n";
+  }
+  EXPECT_EQ(text, expected);
+}
+
 // Through a whole parse: two blocks of one name, the first is drawn; a layer
 // listed twice in the table, the first position is the entity's.
 TEST(NameLookupInParse, FirstBlockAndFirstLayerOfANameCount) {
