@@ -319,6 +319,22 @@ double ReadNumber(std::string_view text, bool commaIsPoint) {
 }
 
 double ReadHexNumber(std::string_view digits) {
+  // A drawing's handles are a few hex digits with nothing around them: those need
+  // no filtering. Up to eight digits fit in 32 bits, and the value only grows
+  // digit by digit, so it passes 0xFFFF exactly when it ends above it.
+  if (!digits.empty() && digits.size() <= 8) {
+    uint32_t value = 0;
+    size_t k = 0;
+    for (; k < digits.size(); ++k) {
+      const int digit = HexValue(digits[k]);
+      if (digit < 0) break;
+      value = value << 4 | static_cast<uint32_t>(digit);
+    }
+    if (k == digits.size()) {
+      if (value <= 0xFFFF) return static_cast<int16_t>(static_cast<uint16_t>(value));
+      return static_cast<int32_t>(value);
+    }
+  }
   Filtered in(digits, false);
   return ReadRadix(in, 4);
 }

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <string>
 
 #include "geometry/Vessik_Math.h"
 #include "parser/Vessik_Error.h"
@@ -264,6 +266,43 @@ TEST(HandleToId, StopsAtNonDigitAndSkipsBlanks) {
   EXPECT_EQ(HandleToId("2\tF\n"), 47);
   EXPECT_EQ(HandleToId("2F\r"), 47);
   EXPECT_EQ(HandleToId("2,F"), 2);
+}
+
+// The rule written out plainly: blanks, tabs and line feeds vanish, hex digits are
+// taken up to the first other character, and the value is 16 bits wide until it
+// passes 0xFFFF, then the low 32 bits.
+int32_t HandleByTheRule(const std::string& text) {
+  uint64_t value = 0;
+  bool wide = false;
+  for (const char c : text) {
+    if (c == ' ' || c == '\t' || c == '\n') continue;
+    int digit = -1;
+    if (c >= '0' && c <= '9') digit = c - '0';
+    if (c >= 'a' && c <= 'f') digit = c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') digit = c - 'A' + 10;
+    if (digit < 0) break;
+    value = value << 4 | static_cast<uint64_t>(digit);
+    if (value > 0xFFFF) wide = true;
+  }
+  if (!wide) return static_cast<int16_t>(static_cast<uint16_t>(value));
+  return static_cast<int32_t>(static_cast<uint32_t>(value));
+}
+
+TEST(HandleToId, RandomTextsFollowTheRule) {
+  static constexpr char kChars[] = "0123456789abcdefABCDEF0000FFFF \t\ngG,.-";
+  uint64_t state = 12345;
+  const auto next = [&state] {
+    state = state * 6364136223846793005ULL + 1442695040888963407ULL;
+    return static_cast<uint32_t>(state >> 33);
+  };
+  for (int round = 0; round < 200000; ++round) {
+    std::string text;
+    const uint32_t length = next() % 13;
+    // Mostly hex digits alone, as handles are; now and then anything.
+    const uint32_t alphabet = next() % 4 == 0 ? sizeof(kChars) - 1 : 22;
+    for (uint32_t k = 0; k < length; ++k) text += kChars[next() % alphabet];
+    ASSERT_EQ(HandleToId(text), HandleByTheRule(text)) << "\"" << text << "\"";
+  }
 }
 
 TEST(ArcTan2, XComesFirst) {
