@@ -184,7 +184,7 @@ void* AllocateLarge(size_t size) {
   // From 1 MB on: filling a block page by page costs a fault for every 4 KB, which
   // on a virtual machine takes longer than clearing a whole huge page; rounding up
   // to whole huge pages costs at most one of them.
-  if (size >= kHugePage / 2) {
+  if (size >= kLargeBlock) {
     size_t rounded = (size + kHugePage - 1) & ~(kHugePage - 1);
     p = std::aligned_alloc(kHugePage, rounded);
     if (p != nullptr) madvise(p, rounded, MADV_HUGEPAGE);

@@ -11,6 +11,9 @@
 
 namespace vessik {
 
+// Blocks from this size on are aligned for huge pages and take them.
+inline constexpr size_t kLargeBlock = size_t{1} << 20;
+
 // Raises std::bad_alloc when the memory cannot be had, or when it does not fit in
 // the running parse's budget. Free with FreeLarge, giving the same size.
 void* AllocateLarge(size_t size);

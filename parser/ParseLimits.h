@@ -15,6 +15,8 @@
 #include <new>
 #include <vector>
 
+#include "parser/LargeMemory.h"
+
 namespace vessik {
 
 class Vessik_Progress;
@@ -129,6 +131,8 @@ struct BudgetAllocator {
   BudgetAllocator(const BudgetAllocator<U>&) noexcept {}
   T* allocate(size_t n) {
     if (n > SIZE_MAX / sizeof(T)) throw std::bad_array_new_length();
+    // A list as long as a drawing's items would otherwise be filled 4 KB at a time.
+    if (n * sizeof(T) >= kLargeBlock) return static_cast<T*>(AllocateLarge(n * sizeof(T)));
     ChargeMemory(HeapFootprint(n * sizeof(T)));
     try {
       return std::allocator<T>().allocate(n);
@@ -138,6 +142,7 @@ struct BudgetAllocator {
     }
   }
   void deallocate(T* p, size_t n) noexcept {
+    if (n * sizeof(T) >= kLargeBlock) return FreeLarge(p, n * sizeof(T));
     std::allocator<T>().deallocate(p, n);
     RefundMemory(HeapFootprint(n * sizeof(T)));
   }

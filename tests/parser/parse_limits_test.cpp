@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <new>
 #include <string>
@@ -134,6 +135,28 @@ TEST(BudgetAllocator, ChargesWhatAContainerHolds) {
     EXPECT_EQ(limits.Used(), static_cast<int64_t>(8016 + kChargeSlice));
   }
   // The scope's end gives the credit back.
+  EXPECT_EQ(limits.Used(), 0);
+}
+
+// A list as long as a large drawing's items takes a block of its own, aligned for
+// huge pages, and counts its size.
+TEST(BudgetAllocator, LargeBlocksAreAlignedForHugePagesAndChargedTheirSize) {
+  ParseLimits limits(64 << 20, nullptr);
+  {
+    ParseLimitsScope scope(&limits);
+    BudgetVector<double> v;
+    v.reserve(kLargeBlock / sizeof(double));
+    EXPECT_EQ(limits.Used(), static_cast<int64_t>(kLargeBlock + kChargeSlice));
+#ifdef __linux__
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(v.data()) % (2 * kLargeBlock), 0u);
+#endif
+    v.assign(v.capacity(), 1.5);
+    EXPECT_EQ(v.back(), 1.5);
+    EXPECT_THROW(v.reserve(size_t{8} << 20), std::bad_alloc);
+    EXPECT_EQ(limits.Used(), static_cast<int64_t>(kLargeBlock + kChargeSlice));
+    v = BudgetVector<double>();
+    EXPECT_LE(limits.Used(), static_cast<int64_t>(2 * kChargeSlice));
+  }
   EXPECT_EQ(limits.Used(), 0);
 }
 
