@@ -92,7 +92,7 @@ class ThreadPrinter : public AheadPrinter {
   alignas(64) std::mutex mutex_;
   std::condition_variable wake_;
   std::condition_variable progress_;
-  std::vector<Job> queue_;
+  Jobs queue_;
   bool finishing_ = false;
   std::atomic<bool> stopping_{false};
   // Set when the printing thread ran out of memory or saw a cancel: the reading
@@ -207,7 +207,7 @@ void ThreadPrinter::Stop() {
 }
 
 void ThreadPrinter::Run() {
-  std::vector<Job> jobs;
+  Jobs jobs;
   for (;;) {
     {
       std::unique_lock<std::mutex> lock(mutex_);

@@ -9,6 +9,7 @@
 #include <memory>
 #include <vector>
 
+#include "parser/ParseLimits.h"
 #include "parser/TextSink.h"
 #include "parser/Vessik_Concat.h"
 #include "parser/Vessik_Layer.h"
@@ -47,8 +48,11 @@ class AheadPrinter {
     Vessik_IEntity* item;
     Vessik_Layers* layers;
   };
-  // The items handed over since the last Flush.
-  std::vector<Job> batch_;
+  // The items handed over since the last Flush. When reading runs far ahead of
+  // printing, the queue holds a large drawing's items: it counts against the
+  // parse's memory and takes huge pages once it is large.
+  using Jobs = BudgetVector<Job>;
+  Jobs batch_;
 
  private:
   // Every copy of the layers made so far, the last one current; they live as long

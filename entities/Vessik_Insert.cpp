@@ -229,7 +229,7 @@ void Vessik_Insert::ReadItems(Vessik_Entities& result, int32_t StartLine, int32_
         if (!Layers.empty()) HandOver(result, Layers);
         // Items whose text is made are not needed any more.
         if (result.Count() % 256 == 0) FreePrinted(result, freed);
-        if (sink_ != nullptr && ReadTooFarAhead(readingBase)) {
+        if (ReadTooFarAhead(readingBase)) {
           printer_->CatchUp(printer_->Submitted());
           FreePrinted(result, freed);
           // What printing did not give back (the list of items itself grows with
@@ -281,8 +281,10 @@ int64_t Vessik_Insert::MemoryUsed() {
 }
 
 bool Vessik_Insert::ReadTooFarAhead(int64_t base) {
-  // Streamed, the text no longer piles up, but items read and not yet printed do:
-  // a reference expanded into many items reads far faster than it prints.
+  // Items read and not yet printed pile up: a reference expanded into many items
+  // reads far faster than it prints. Held back, the reading frees items as fast as
+  // it makes new ones, and their memory is used again instead of fresh pages,
+  // whether the text is streamed or kept whole.
   return printer_->Printed() < printer_->Submitted() && MemoryUsed() - base > kReadAhead;
 }
 

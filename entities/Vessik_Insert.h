@@ -116,8 +116,8 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
   void FreePrinted(Vessik_Entities& result, int32_t& freed);
   // Memory the running parse holds, and whether the items waiting for the
   // printing thread took more than kReadAhead of it beyond base. Small: the
-  // drawing's pairs are still held when reading starts, and a text streamed out
-  // gains nothing from more.
+  // drawing's pairs are still held when reading starts, and reading further ahead
+  // gains nothing.
   static int64_t MemoryUsed();
   bool ReadTooFarAhead(int64_t base);
   static constexpr int64_t kReadAhead = int64_t{8} << 20;
