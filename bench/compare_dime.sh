@@ -37,6 +37,9 @@ splines="$out/splines-2000.dxf"
 [ -f "$mixed" ] || python3 "$shared/gen_dxf.py" "$mixed" --size-mb "$size" > /dev/null
 [ -f "$splines" ] || python3 "$shared/gen_dxf.py" "$splines" --size-mb 0 --splines 2000 > /dev/null
 
+# Fresh memory costs more in some minutes than in others: the figures need it.
+probe=build/release/bench/vessik_memory_probe
+[ ! -x "$probe" ] || "$probe"
 echo "== $(nproc) cores; $(basename "$mixed"): $(du -m "$mixed" | cut -f1) MB"
 hyperfine -N -w 1 -r 5 --export-json "$out/mixed.json" \
   "$out/dime_explode $mixed" "$tool -o $out/out.txt $mixed"

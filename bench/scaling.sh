@@ -30,6 +30,10 @@ for mb in 1 10 100; do
   drawings+=("$out/gen-${mb}MB.dxf" "$out/mixed-${mb}MB.dxf")
 done
 
+# Fresh memory costs more in some minutes than in others: the figures need it.
+probe=build/release/bench/vessik_memory_probe
+[ ! -x "$probe" ] || "$probe"
+
 python3 - "$tool" "$out/scaling-out.txt" "$runs" "${drawings[@]}" <<'PY'
 import os, statistics, sys, time
 
