@@ -14,7 +14,6 @@ struct PumpState {
   std::function<void()> hook;
   std::function<void(const std::string&)> messageBox;
   int32_t lastTick = 0;
-  bool silent = false;
 };
 
 PumpState& State() {
@@ -46,12 +45,15 @@ int32_t TickCount() {
   return static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(ms)));
 }
 
-void PumpMessages() {
+namespace pump {
+
+thread_local constinit bool silenced = false;
+
+void Run() {
   // Every call reads the tick; the host's messages run when 100 ms or more have
   // passed since the last run. Without a hook there is nothing to run, but the tick
   // is kept all the same.
   PumpState& s = State();
-  if (s.silent) return;
   int32_t tick = TickCount();
   int32_t elapsed =
       static_cast<int32_t>(static_cast<uint32_t>(tick) - static_cast<uint32_t>(s.lastTick));
@@ -68,8 +70,10 @@ void PumpMessages() {
   }
 }
 
+}  // namespace pump
+
 void SilencePump() {
-  State().silent = true;
+  pump::silenced = true;
 }
 
 void SetPumpHook(std::function<void()> hook) {
