@@ -66,9 +66,9 @@ template <class OnGroup>
 int32_t ReadGroups(int32_t StartLine, OnGroup&& onGroup) {
   const GroupPairTable& pairs = GroupPairs();
   for (int32_t i = StartLine;; ++i) {
-    int32_t code = pairs.Code(i);
-    if (code == 0) return i - 1;
-    onGroup(code, pairs.Value(i));
+    const GroupPair pair = pairs[i];
+    if (pair.Code == 0) return i - 1;
+    onGroup(pair.Code, pair.Value);
     // One entity may hold millions of groups (a long polyline).
     if ((i & 0xFFFF) == 0) PollCancel();
   }

@@ -6,12 +6,7 @@
 
 namespace vessik {
 
-const GroupPairTable::Entry& GroupPairTable::At(int32_t i) const {
-  if (i >= 0) {
-    const auto k = static_cast<size_t>(i);
-    if (k < head_.size()) return head_[k];
-    if (k - head_.size() < tail_.size()) return tail_[k - head_.size()];
-  }
+void GroupPairTable::OutOfRange() {
   RaisePlatformError(errnum::SubscriptOutOfRange);
 }
 

@@ -48,7 +48,12 @@ class GroupPairTable {
     size_t length = e.length != kLong ? e.length : Wide(i).length;
     return std::string_view(bytes_.data() + e.offset, length);
   }
-  GroupPair operator[](int32_t i) const { return GroupPair{Code(i), Value(i)}; }
+  // Both at once, with one look-up of the entry.
+  GroupPair operator[](int32_t i) const {
+    const Entry& e = At(i);
+    if (e.code == kWide || e.length == kLong) return GroupPair{Code(i), Value(i)};
+    return GroupPair{e.code, std::string_view(bytes_.data() + e.offset, e.length)};
+  }
 
   // Size of the file the pairs were read from.
   size_t ByteCount() const { return bytes_.size(); }
@@ -94,7 +99,14 @@ class GroupPairTable {
   static constexpr uint16_t kLong = UINT16_MAX;
   static void AddTo(LargeArray<Entry>& entries, WideEntries& wide, std::vector<int32_t>& marks,
                     int32_t index, int32_t code, size_t offset, std::string_view value);
-  const Entry& At(int32_t i) const;
+  // Every read of a pair passes here: inline, with the failure out of line.
+  const Entry& At(int32_t i) const {
+    const auto k = static_cast<size_t>(i);
+    if (i >= 0 && k < head_.size()) return head_[k];
+    if (i >= 0 && k - head_.size() < tail_.size()) return tail_[k - head_.size()];
+    OutOfRange();
+  }
+  [[noreturn]] static void OutOfRange();
   const WideEntry& Wide(int32_t i) const;
 
   FileBytes bytes_;

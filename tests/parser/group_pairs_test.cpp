@@ -53,6 +53,15 @@ TEST(GroupPairTable, APartJoinedBehindKeepsItsOrderWideEntriesAndBounds) {
   EXPECT_EQ(t.Code(3), 5);
   EXPECT_EQ(t.Value(3), "C");
   EXPECT_EQ(FailureNumber([&] { t.Code(4); }), 9);
+  // Both at once give the same, wide entries and bounds included.
+  for (int32_t i = 0; i < 4; ++i) {
+    const GroupPair pair = t[i];
+    EXPECT_EQ(pair.Code, t.Code(i));
+    EXPECT_EQ(pair.Value, t.Value(i));
+    EXPECT_EQ(pair.Value.data(), t.Value(i).data());
+  }
+  EXPECT_EQ(FailureNumber([&] { (void)t[4]; }), 9);
+  EXPECT_EQ(FailureNumber([&] { (void)t[-1]; }), 9);
   // Nothing is added in front of a joined part.
   EXPECT_EQ(FailureNumber([&] { t.Add(1, 0, b.substr(0, 1)); }), 9);
   // Reading after a release across both parts still works where it was not
