@@ -48,10 +48,11 @@ class AheadPrinter {
     Vessik_IEntity* item;
     Vessik_Layers* layers;
   };
-  // The items handed over since the last Flush. When reading runs far ahead of
-  // printing, the queue holds a large drawing's items: it counts against the
-  // parse's memory and takes huge pages once it is large.
+  // Lists of jobs (this batch, the printing thread's queue) hold many items when
+  // reading runs ahead of printing: they count against the parse's memory and
+  // take huge pages once large.
   using Jobs = BudgetVector<Job>;
+  // The items handed over since the last Flush.
   Jobs batch_;
 
  private:
