@@ -110,7 +110,7 @@ bool Lickety::Lines::IsDelimiterEnd(const char* data, size_t at) const {
   return std::memcmp(data + at + 1 - n, delim_.data(), n) == 0;
 }
 
-bool Lickety::Lines::Next(std::string_view& line) {
+bool Lickety::Lines::NextScanning(std::string_view& line) {
   if (done_) return false;
   const char* data = data_;
   const size_t n = delim_.size();
@@ -186,6 +186,20 @@ size_t Lickety::Lines::CountDelimiters(size_t from, size_t to) const {
   if (n == 0) return 0;
   const char c = delim_.back();
   size_t count = 0;
+  if (n == 2) {
+    // A last byte counts where the first lies right in front of it, inside the
+    // range: the first's mask moved up one, with the bit carried over from the
+    // block before.
+    uint64_t carry = 0;
+    for (size_t base = from; base < to; base += 64) {
+      const size_t len = std::min<size_t>(64, to - base);
+      const uint64_t first = MatchMask(data_ + base, len, delim_[0]);
+      const uint64_t last = MatchMask(data_ + base, len, c);
+      count += static_cast<size_t>(std::popcount(last & (first << 1 | carry)));
+      carry = first >> 63;
+    }
+    return count;
+  }
   // Each byte equal to the delimiter's last that ends a whole delimiter inside
   // the range.
   for (size_t base = from; base < to; base += 64) {

@@ -183,4 +183,75 @@ TEST(LicketyLines, CountDelimitersCountsWholeOnesInsideTheRange) {
   EXPECT_EQ(lines.CountDelimiters(0, 4), 1u);
 }
 
+namespace {
+
+// The lines of a text written out plainly: occurrences of the delimiter from left
+// to right without overlap; the text behind the last one is a line of its own only
+// when there is no delimiter at all (a text of one block).
+std::vector<std::string> PlainLines(const std::string& text, const std::string& delim) {
+  std::vector<std::string> out;
+  size_t from = 0;
+  for (size_t at = text.find(delim); at != std::string::npos; at = text.find(delim, from)) {
+    out.push_back(text.substr(from, at - from));
+    from = at + delim.size();
+  }
+  if (out.empty() && !text.empty()) out.push_back(text);
+  return out;
+}
+
+// Whole delimiters whose last byte lies in [from, to), counted plainly.
+size_t PlainCount(const std::string& text, const std::string& delim, size_t from, size_t to) {
+  size_t count = 0;
+  for (size_t at = from; at < to; ++at) {
+    if (at + 1 >= from + delim.size() &&
+        text.compare(at + 1 - delim.size(), delim.size(), delim) == 0) {
+      ++count;
+    }
+  }
+  return count;
+}
+
+}  // namespace
+
+TEST(LicketyLines, RandomTextsSplitAndCountAsWrittenOutPlainly) {
+  // Line ends of one and two bytes take the inline path and the counting by
+  // masks; the others the general one. Texts span several 64-byte blocks.
+  const std::vector<std::string> delims = {"\n", "\r", "\r\n", "\n\r", "ab", "\r\n\r"};
+  uint64_t state = 0x9E3779B97F4A7C15ULL;
+  auto next = [&state](uint64_t n) {
+    state = state * 6364136223846793005ULL + 1442695040888963407ULL;
+    return (state >> 33) % n;
+  };
+  const char alphabet[] = {'\r', '\n', 'a', 'b', 'x'};
+  for (int round = 0; round < 3000; ++round) {
+    const std::string& delim = delims[next(delims.size())];
+    std::string text(next(400), ' ');
+    for (char& ch : text) ch = alphabet[next(sizeof alphabet)];
+    SCOPED_TRACE(testing::Message() << "round " << round);
+
+    Lickety::Lines whole(FileBytes(text), 0, delim);
+    const std::vector<std::string> plain = PlainLines(text, delim);
+    ASSERT_EQ(Rest(whole), plain);
+
+    const size_t from = next(text.size() + 1);
+    const size_t to = from + next(text.size() - from + 1);
+    ASSERT_EQ(whole.CountDelimiters(from, to), PlainCount(text, delim, from, to));
+
+    // Split where a line starts, after a few lines are read (the block around the
+    // split may be scanned already): the two parts give the same lines.
+    Lickety::Lines front(FileBytes(text), 0, delim);
+    std::vector<std::string> both;
+    std::string_view line;
+    for (uint64_t k = next(4); k > 0 && front.Next(line); --k) both.emplace_back(line);
+    const size_t at = front.LineStartFrom(front.Position() + next(8));
+    if (at == 0) continue;
+    Lickety::Lines back = front.SplitAt(at);
+    const std::vector<std::string> head = Rest(front);
+    both.insert(both.end(), head.begin(), head.end());
+    const std::vector<std::string> rest = Rest(back);
+    both.insert(both.end(), rest.begin(), rest.end());
+    ASSERT_EQ(both, plain);
+  }
+}
+
 }  // namespace vessik
