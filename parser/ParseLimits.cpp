@@ -12,9 +12,20 @@
 #endif
 
 namespace vessik {
+
+namespace poll {
+thread_local constinit ParseLimits* current = nullptr;
+thread_local constinit const std::atomic<bool>* stopFlag = nullptr;
+
+void RaiseCanceled() {
+  throw ParseCanceled();
+}
+}  // namespace poll
+
 namespace {
 
-thread_local ParseLimits* current = nullptr;
+using poll::current;
+using poll::stopFlag;
 // Bytes this thread has charged to the current limits ahead of its use: small
 // charges and refunds are settled here, and only whole slices reach the counter
 // that the threads of a parse share.
@@ -27,8 +38,6 @@ void ReturnCredit() noexcept {
 }
 // What this thread's host asked for; 0 for the default.
 thread_local uint64_t budgetSetting = 0;
-// The flag that calls off this thread's work, if any.
-thread_local const std::atomic<bool>* stopFlag = nullptr;
 
 uint64_t PhysicalMemory() noexcept {
 #ifdef _WIN32
@@ -72,10 +81,6 @@ void ParseLimits::Refund(size_t bytes) noexcept {
                   std::memory_order_relaxed);
 }
 
-bool ParseLimits::Canceled() const noexcept {
-  return progress_ != nullptr && progress_->IsCanceled();
-}
-
 ParseLimitsScope::ParseLimitsScope(ParseLimits* limits) noexcept : outer_(current) {
   ReturnCredit();
   current = limits;
@@ -116,23 +121,12 @@ void RefundMemory(size_t bytes) noexcept {
   }
 }
 
-void PollCancel() {
-  if (current != nullptr && current->Canceled()) throw ParseCanceled();
-  if (stopFlag != nullptr && stopFlag->load(std::memory_order_relaxed)) throw ParseCanceled();
-}
-
 StopFlagScope::StopFlagScope(const std::atomic<bool>* flag) noexcept : outer_(stopFlag) {
   stopFlag = flag;
 }
 
 StopFlagScope::~StopFlagScope() {
   stopFlag = outer_;
-}
-
-void PollCancelWhileLoading() {
-  if (current != nullptr && !current->CanceledAtStart() && current->Canceled()) {
-    throw ParseCanceled();
-  }
 }
 
 bool InFlightEndsTheParse() {

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "parser/LargeMemory.h"
+#include "parser/Vessik_Progress.h"
 
 namespace vessik {
 
@@ -46,7 +47,7 @@ class ParseLimits {
   void Charge(size_t bytes);
   bool TryCharge(size_t bytes) noexcept;
   void Refund(size_t bytes) noexcept;
-  bool Canceled() const noexcept;
+  bool Canceled() const noexcept { return progress_ != nullptr && progress_->IsCanceled(); }
   // Whether the host had asked for the cancel before the parse began. Such a
   // cancel ends the parse at its first top-level item, as it always has; only a
   // cancel that comes while it runs also stops the stages before that.
@@ -85,9 +86,24 @@ inline constexpr size_t kChargeSlice = size_t{64} << 10;
 void ChargeMemory(size_t bytes);
 void RefundMemory(size_t bytes) noexcept;
 
+namespace poll {
+// This thread's current limits and the flag that calls off its work, if any. The
+// loops poll them for every pair and every item, so the polls sit inline.
+extern thread_local constinit ParseLimits* current;
+extern thread_local constinit const std::atomic<bool>* stopFlag;
+[[noreturn]] void RaiseCanceled();
+}  // namespace poll
+
 // Raises ParseCanceled when the current parse was asked to stop, or when the work
 // of this thread was called off (see StopFlagScope).
-void PollCancel();
+inline void PollCancel() {
+  const ParseLimits* limits = poll::current;
+  const std::atomic<bool>* stop = poll::stopFlag;
+  if ((limits != nullptr && limits->Canceled()) ||
+      (stop != nullptr && stop->load(std::memory_order_relaxed))) {
+    poll::RaiseCanceled();
+  }
+}
 
 // While one lives, the cancel polls of this thread also stop the work under way
 // once the flag is set: a worker whose result is no longer wanted ends early.
@@ -103,7 +119,12 @@ class StopFlagScope {
 };
 // The same, for the stages before the entities: a cancel that was already set
 // when the parse began is left to the first top-level item.
-void PollCancelWhileLoading();
+inline void PollCancelWhileLoading() {
+  const ParseLimits* limits = poll::current;
+  if (limits != nullptr && !limits->CanceledAtStart() && limits->Canceled()) {
+    poll::RaiseCanceled();
+  }
+}
 
 // Whether the exception in flight ends the whole parse however it is caught: a
 // cancel, memory that runs out, or a text sink that failed. Call only inside a catch block.

@@ -201,6 +201,11 @@ bool ReadLongDecimal(const char* p, size_t n, uint64_t& mantissa, int& decimals)
 // The digits as an integer and a power of ten are both exact doubles, so their
 // quotient is the correctly rounded value.
 bool ReadShortDecimal(std::string_view text, double& value) {
+  // A single digit, most often the "0" of a flat drawing's Z, needs none of that.
+  if (text.size() == 1 && IsDigit(text[0])) {
+    value = text[0] - '0';
+    return true;
+  }
   const bool negative = !text.empty() && text[0] == '-';
   if (negative) text.remove_prefix(1);
   uint64_t mantissa = 0;
@@ -631,7 +636,7 @@ char* WritePlainDouble(char* out, double value, char sep) {
 
 }  // namespace
 
-char* WriteDouble(char* out, double value, std::string_view sep) {
+char* WriteNumberText(char* out, double value, std::string_view sep) {
   auto put = [&](const char* s, size_t len) {
     std::memcpy(out, s, len);
     out += len;

@@ -42,7 +42,16 @@ std::string DoubleToText(double value);
 // The same written at out, with sep as the decimal separator; returns the end.
 // Uses at most MaxDoubleChars(sep) characters of room at out: the text, and
 // scratch beyond its end.
-char* WriteDouble(char* out, double value, std::string_view sep);
+char* WriteNumberText(char* out, double value, std::string_view sep);
+// The same, with zero (and "-0", which prints "0" as well) written inline: most
+// columns of a drawing's records are zeros.
+inline char* WriteDouble(char* out, double value, std::string_view sep) {
+  if (value == 0) {
+    *out = '0';
+    return out + 1;
+  }
+  return WriteNumberText(out, value, sep);
+}
 constexpr size_t MaxDoubleChars(std::string_view sep) {
   // "-d" and 14 more digits, "E-308" or the zeros after "0", and the separator.
   return 24 + sep.size();

@@ -13,7 +13,6 @@ namespace {
 struct PumpState {
   std::function<void()> hook;
   std::function<void(const std::string&)> messageBox;
-  int32_t lastTick = 0;
 };
 
 PumpState& State() {
@@ -22,10 +21,6 @@ PumpState& State() {
 }
 
 }  // namespace
-
-double ParseDouble(std::string_view text) {
-  return ReadNumber(text, true);
-}
 
 int32_t TickCount() {
 #ifdef CLOCK_MONOTONIC_COARSE
@@ -48,25 +43,34 @@ int32_t TickCount() {
 namespace pump {
 
 thread_local constinit bool silenced = false;
+thread_local constinit int32_t lastTick = 0;
+
+namespace {
+
+// The host's messages are the host's affair: nothing they raise may end a parse,
+// and the pump also runs while the drawing is being freed.
+void RunHook() {
+  PumpState& s = State();
+  if (s.hook) {
+    try {
+      s.hook();
+    } catch (...) {
+    }
+  }
+}
+
+}  // namespace
 
 void Run() {
   // Every call reads the tick; the host's messages run when 100 ms or more have
   // passed since the last run. Without a hook there is nothing to run, but the tick
   // is kept all the same.
-  PumpState& s = State();
-  int32_t tick = TickCount();
-  int32_t elapsed =
-      static_cast<int32_t>(static_cast<uint32_t>(tick) - static_cast<uint32_t>(s.lastTick));
+  const int32_t tick = TickCount();
+  const int32_t elapsed =
+      static_cast<int32_t>(static_cast<uint32_t>(tick) - static_cast<uint32_t>(lastTick));
   if (elapsed >= 100) {
-    // The host's messages are the host's affair: nothing they raise may end a
-    // parse, and the pump also runs while the drawing is being freed.
-    if (s.hook) {
-      try {
-        s.hook();
-      } catch (...) {
-      }
-    }
-    s.lastTick = tick;
+    RunHook();
+    lastTick = tick;
   }
 }
 
@@ -90,7 +94,7 @@ void ShowMessageBox(const std::string& text) {
 }
 
 int32_t& LastPumpTick() {
-  return State().lastTick;
+  return pump::lastTick;
 }
 
 }  // namespace vessik

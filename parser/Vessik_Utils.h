@@ -5,18 +5,26 @@
 #include <string>
 #include <string_view>
 
+#include "parser/Vessik_Convert.h"
 #include "parser/Vessik_Hooks.h"
 
 namespace vessik {
 
 // Text to double, independent of the locale: "," and "." both count as the decimal
-// point. No number reads 0; nothing fails.
-double ParseDouble(std::string_view text);
+// point. No number reads 0; nothing fails. Plain decimals, nearly every number of
+// a drawing, are read without the general reader's set-up.
+inline double ParseDouble(std::string_view text) {
+  double value;
+  if (ReadShortDecimal(text, value)) return value;
+  return ReadNumber(text, true);
+}
 
 namespace pump {
 // Set on the library's own threads. Those call the pump millions of times while
 // fitting curves, so the test that ends each call sits inline.
 extern thread_local constinit bool silenced;
+// Tick of the last pumped messages on this thread.
+extern thread_local constinit int32_t lastTick;
 void Run();
 }  // namespace pump
 

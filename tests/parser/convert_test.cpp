@@ -287,6 +287,17 @@ TEST(ReadShortDecimal, EveryLengthAndPointPlace) {
   }
 }
 
+TEST(ReadShortDecimal, EverySingleByte) {
+  for (int b = 0; b < 256; ++b) {
+    const std::string text(1, static_cast<char>(b));
+    double got = 12345;
+    const bool digit = b >= '0' && b <= '9';
+    ASSERT_EQ(ReadShortDecimal(text, got), digit) << b;
+    EXPECT_EQ(got, digit ? b - '0' : 12345) << b;
+    EXPECT_FALSE(std::signbit(got)) << b;
+  }
+}
+
 TEST(TextToLong, PlainNumbers) {
   EXPECT_EQ(TextToLong("42"), 42);
   EXPECT_EQ(TextToLong("+7"), 7);
