@@ -495,11 +495,13 @@ uint64_t RoundTo15DigitInteger(double value, int& exp10) {
   const int binaryExponent = static_cast<int>((bits >> 52) & 0x7FF) - 1023;
   // a < 2^50 and a >= 2^-14, so the shift lies between 3 and 66.
   const int shift = 52 - binaryExponent;
-  // floor(binaryExponent * log10(2)) as a first guess, then put right.
+  // a lies between 2^e and 2^(e+1), so its decade is floor(e * log10(2)) or the
+  // one above: one comparison, without a branch, tells which. (Where the double
+  // nearest a power of ten lies above it, the decade may come out one too high;
+  // the size check of n below sends such a value to the general path.)
   int decade = ((binaryExponent * 1233) >> 12) + 4;
   if (decade < 0) decade = 0;
-  while (decade > 0 && a < kDecades[decade]) --decade;
-  while (decade < 18 && a >= kDecades[decade + 1]) ++decade;
+  decade += a >= kDecades[decade + 1] ? 1 : 0;
   exp10 = decade - 4;
   for (;;) {
     const int k = 14 - exp10;
@@ -512,9 +514,10 @@ uint64_t RoundTo15DigitInteger(double value, int& exp10) {
       continue;
     }
     if (n < kPow10[14]) return 0;
-    const UInt128 rest = product & ((static_cast<UInt128>(1) << shift) - 1);
+    // Half to even: adding half an ulp less one, plus one more where n is odd,
+    // carries into n exactly when the rest is above the half, or at it with n odd.
     const UInt128 half = static_cast<UInt128>(1) << (shift - 1);
-    if (rest > half || (rest == half && (n & 1) != 0)) ++n;
+    n = static_cast<uint64_t>((product + (half - 1) + (n & 1)) >> shift);
     if (n == kPow10[15]) {
       // Rounded up to the next power of ten.
       n = kPow10[14];
