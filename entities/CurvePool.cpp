@@ -45,6 +45,8 @@ class InlineCurvePool : public CurvePool {
   }
   int64_t Submitted() const override { return fitted_; }
   int64_t Done() const override { return fitted_; }
+  bool Failed() const override { return false; }
+  void WaitForDone(int64_t) override {}
   void Settle() override {}
   std::exception_ptr SettleQuietly() noexcept override { return nullptr; }
 
@@ -114,6 +116,8 @@ class ThreadCurvePool : public CurvePool {
   void Submit(Vessik_IEntity* item, const Vessik_CommonData& settings) override;
   int64_t Submitted() const override { return submitted_; }
   int64_t Done() const override { return done_.load(std::memory_order_acquire); }
+  bool Failed() const override { return failed_.load(std::memory_order_acquire); }
+  void WaitForDone(int64_t count) override;
   void Settle() override;
   std::exception_ptr SettleQuietly() noexcept override;
 
@@ -139,8 +143,12 @@ class ThreadCurvePool : public CurvePool {
   int64_t taken_ = 0;
   int64_t finished_ = 0;
   int64_t failedAt_ = 0;
+  // The done count the reading thread waits for in WaitForDone; 0 for none.
+  int64_t awaited_ = 0;
   bool stopping_ = false;
   std::atomic<int64_t> done_{0};
+  // Set with failedAt_, for the reading thread to look at without the mutex.
+  std::atomic<bool> failed_{false};
   // Read by the fits under way through their cancel polls.
   std::atomic<bool> abandon_{false};
 };
@@ -234,7 +242,8 @@ void ThreadCurvePool::Work() {
       // The reading thread is only woken when what it may wait for has come: all
       // fits done, a failure, or room in a full window. A wake for every fit would
       // cost a system call and a switch of threads each.
-      wanted = finished_ == submitted_ || failedAt_ != 0 || windowFull;
+      wanted = finished_ == submitted_ || failedAt_ != 0 || windowFull ||
+               (awaited_ != 0 && Done() >= awaited_);
     }
     if (wanted) settled_.notify_all();
   }
@@ -246,12 +255,22 @@ void ThreadCurvePool::Advance() {
   while (done < submitted_ && Slot(done + 1).finished) {
     if (Slot(done + 1).failure) {
       failedAt_ = done + 1;
+      failed_.store(true, std::memory_order_release);
       abandon_.store(true, std::memory_order_relaxed);
       break;
     }
     ++done;
   }
   done_.store(done, std::memory_order_release);
+}
+
+void ThreadCurvePool::WaitForDone(int64_t count) {
+  if (inline_) return;
+  std::unique_lock<std::mutex> lock(mutex_);
+  awaited_ = count;
+  WaitPumping(settled_, lock,
+              [&] { return failedAt_ != 0 || finished_ == submitted_ || Done() >= count; });
+  awaited_ = 0;
 }
 
 std::exception_ptr ThreadCurvePool::SettleQuietly() noexcept {

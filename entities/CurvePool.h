@@ -37,6 +37,11 @@ class CurvePool {
   // failure among them.
   virtual int64_t Submitted() const = 0;
   virtual int64_t Done() const = 0;
+  // Whether a fit has failed that Settle would raise.
+  virtual bool Failed() const = 0;
+  // Waits, keeping the host's messages going, until the first count fits are
+  // done, or all submitted have finished, or one has failed.
+  virtual void WaitForDone(int64_t count) = 0;
   // Waits until every fit submitted so far is done, keeping the host's messages
   // going, and raises the failure of the first one that failed.
   virtual void Settle() = 0;

@@ -245,8 +245,12 @@ void Vessik_Insert::ReadItems(Vessik_Entities& result, int32_t StartLine, int32_
       if (percent > lastPercent) {
         if (progress_ == nullptr) RaisePlatformError(errnum::ObjectNotSet);
         // The host hears of progress only once every item before it is whole, as
-        // when each curve was fitted in turn.
-        if (!SettleCurves(result)) return;
+        // when each curve was fitted in turn. Progress that nobody hears needs no
+        // wait, and the fits go on meanwhile; a fit that failed still ends the
+        // reading here.
+        if (progress_->HasHandlers() || (curves_ && curves_->Failed())) {
+          if (!SettleCurves(result)) return;
+        }
         progress_->DoProgress(RoundToLong(percent / 2.0 + 50));
       }
       // The pairs read are given back about a huge page at a time, whatever the
@@ -265,7 +269,22 @@ void Vessik_Insert::ReadItems(Vessik_Entities& result, int32_t StartLine, int32_
     PumpMessages();
     i = i + 1;
   }
-  if (topLevel) (void)SettleCurves(result);
+  if (topLevel) {
+    HandOverWhileFitting(result, Layers);
+    (void)SettleCurves(result);
+  }
+}
+
+void Vessik_Insert::HandOverWhileFitting(Vessik_Entities& result, Vessik_Layers& Layers) {
+  // Fits done between two hand-overs: a wake of the reading thread for each
+  // would cost more than printing a few items later.
+  constexpr int64_t kFitsPerHandOver = 32;
+  if (!curves_ || !printer_ || Layers.empty()) return;
+  while (!curves_->Failed() && curves_->Done() < curves_->Submitted()) {
+    curves_->WaitForDone(curves_->Done() + kFitsPerHandOver);
+    HandOver(result, Layers);
+    printer_->Flush();
+  }
 }
 
 void Vessik_Insert::FreePrinted(Vessik_Entities& result, int32_t& freed) {

@@ -110,6 +110,10 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
   // Waits for the fits submitted so far. False after a cancel (the items are then
   // dropped); the first failure of a fit is raised.
   bool SettleCurves(Vessik_Entities& result);
+  // At the end of the reading, while fits are still under way: hands over the
+  // items behind each batch of fits as it is done, so that printing keeps pace
+  // with the fitting instead of starting after the last fit.
+  void HandOverWhileFitting(Vessik_Entities& result, Vessik_Layers& Layers);
   // Stops the curve pool, whose fits are all settled.
   void EndCurves();
   // Frees the items printed since the last call; freed counts them.

@@ -28,6 +28,9 @@ class Vessik_Progress {
   int Connect(Handler handler);
   /// Disconnects the handler that Connect numbered so.
   void Disconnect(int cookie);
+  /// Whether any handler is connected, that is, whether a Progress raised now
+  /// would be heard.
+  bool HasHandlers() const { return !handlers_.empty(); }
 
  private:
   std::atomic<bool> canceled_{false};

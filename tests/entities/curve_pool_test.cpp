@@ -174,16 +174,19 @@ struct Outcome {
 };
 
 // Parses with this many curve threads; the progress handler may cancel at the
-// value numbered cancelAt (from 1).
+// value numbered cancelAt (from 1). Without listening, no handler is connected.
 Outcome ParseWith(int32_t threads, const std::string& path,
-                  Vessik_CommonData data = test::ToolDefaults(), size_t cancelAt = 0) {
+                  Vessik_CommonData data = test::ToolDefaults(), size_t cancelAt = 0,
+                  bool listen = true) {
   CurveThreadsScope scope(threads);
   Outcome run;
   Vessik_Progress progress;
-  progress.Connect([&](int32_t v) {
-    run.progress.push_back(v);
-    if (run.progress.size() == cancelAt) progress.IsCanceled(true);
-  });
+  if (listen) {
+    progress.Connect([&](int32_t v) {
+      run.progress.push_back(v);
+      if (run.progress.size() == cancelAt) progress.IsCanceled(true);
+    });
+  }
   SetMessageBoxHook([&](const std::string& text) { run.shown.push_back(text); });
   Vessik_Parser parser;
   try {
@@ -320,6 +323,47 @@ TEST(CurvePool, FailingFitInABlockIsRaisedAsOneAtATime) {
   const Outcome one = ParseWith(1, f.Path());
   EXPECT_EQ(one.failure, errnum::TooManyIterations);
   ExpectSameRun(ParseWith(2, f.Path()), one);
+}
+
+// With nobody listening to the progress, the reading does not wait for the fits
+// at each percent but runs ahead of them to its end; the text and the failure are
+// still those of one item at a time.
+TEST(CurvePool, WithoutAProgressHandlerTheRunIsTheSame) {
+  auto unheard = [](int32_t threads, const std::string& path) {
+    return ParseWith(threads, path, test::ToolDefaults(), 0, false);
+  };
+  test::TempFile many(DrawingText(ManyCurves(400)));
+  const Outcome one = unheard(1, many.Path());
+  ASSERT_EQ(one.failure, 0) << one.description;
+  EXPECT_GT(one.text.size(), 1000000u);
+  EXPECT_TRUE(one.progress.empty());
+  EXPECT_TRUE(ParseWith(1, many.Path()).text == one.text);
+  for (int32_t threads : {2, 3}) {
+    SCOPED_TRACE(threads);
+    ExpectSameRun(unheard(threads, many.Path()), one);
+  }
+
+  // A failing fit near the front, many curves behind it and a read failure last:
+  // the fit's failure is raised, as when the reading stops at it.
+  CurveDrawing d = ManyCurves(10);
+  AddHostileEllipse(d.entities);
+  const CurveDrawing behind = ManyCurves(300);
+  d.entities.insert(d.entities.end(), behind.entities.begin(), behind.entities.end());
+  AddBrokenPolyline(d.entities);
+  test::TempFile failing(DrawingText(d));
+  const Outcome first = unheard(1, failing.Path());
+  EXPECT_EQ(first.failure, errnum::TooManyIterations);
+  EXPECT_EQ(first.text, "");
+  ExpectSameRun(unheard(2, failing.Path()), first);
+
+  // The read failure in front of the failing fit wins.
+  CurveDrawing r = ManyCurves(30);
+  AddBrokenPolyline(r.entities);
+  AddHostileEllipse(r.entities);
+  test::TempFile reading(DrawingText(r));
+  const Outcome read = unheard(1, reading.Path());
+  EXPECT_EQ(read.failure, errnum::ObjectNotSet);
+  ExpectSameRun(unheard(2, reading.Path()), read);
 }
 
 TEST(CurvePool, CancelGivesTheEmptyTextAndTheSameProgress) {
