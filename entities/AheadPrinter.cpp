@@ -49,6 +49,7 @@ std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t, TextSink*) {
 
 #include <locale.h>
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <exception>
@@ -61,6 +62,7 @@ std::unique_ptr<AheadPrinter> AheadPrinter::Start(int64_t, TextSink*) {
 
 #include "entities/RecordText.h"
 #include "entities/Vessik_IEntity.h"
+#include "parser/LargeMemory.h"
 #include "parser/ParseLimits.h"
 #include "parser/PumpingWait.h"
 #include "parser/Vessik_Utils.h"
@@ -87,6 +89,9 @@ class ThreadPrinter : public AheadPrinter {
   void Stop();
   void Fail();
   void RethrowFailure();
+  // While the reading waits for the first count items: gets the pages ahead of
+  // the text ready to be written.
+  void PrepareAhead(int32_t count);
 
   // Shared, under mutex_, apart from the reading side's fields.
   alignas(64) std::mutex mutex_;
@@ -101,6 +106,14 @@ class ThreadPrinter : public AheadPrinter {
   std::atomic<bool> failed_{false};
   std::exception_ptr failure_;
   alignas(64) std::atomic<int32_t> printed_{0};
+  // The text's storage and how much of it is written, as the printing thread
+  // left them after its last batch.
+  std::atomic<const char*> storage_{nullptr};
+  std::atomic<size_t> capacity_{0};
+  std::atomic<size_t> written_{0};
+  // The reading side's own: how far into that storage it has made pages ready.
+  const char* readyIn_ = nullptr;
+  size_t readyTo_ = 0;
   // The printing thread's own, apart from all the rest: it changes with every
   // record, and a line shared with fields the reading side reads would go back and
   // forth between the processors.
@@ -165,10 +178,36 @@ void ThreadPrinter::WaitFor(int32_t count) {
 void ThreadPrinter::CatchUp(int32_t count) {
   if (Printed() >= count) return;
   Flush();
+  PrepareAhead(count);
   std::unique_lock<std::mutex> lock(mutex_);
   WaitPumping(progress_, lock, [&] { return Printed() >= count || failed_.load(); });
   lock.unlock();
   RethrowFailure();
+}
+
+void ThreadPrinter::PrepareAhead(int32_t count) {
+  // A long text kept whole is written into fresh memory, and the first touch of
+  // each page costs the printing thread about as much as the text it puts there.
+  // This thread would only wait meanwhile: it pays for the pages the text reaches
+  // next, a few at a time so that it stops waiting as soon as it may go on. The
+  // kernel leaves alone the pages already written, and a storage that moved on
+  // since it was seen is at worst made ready for nothing.
+  constexpr size_t kStep = size_t{2} << 20;
+  constexpr size_t kFarthest = size_t{64} << 20;
+  const char* storage = storage_.load(std::memory_order_acquire);
+  if (storage == nullptr) return;
+  if (storage != readyIn_) {
+    readyIn_ = storage;
+    readyTo_ = 0;
+  }
+  const size_t written = written_.load(std::memory_order_relaxed);
+  const size_t end = std::min(capacity_.load(std::memory_order_relaxed), written + kFarthest);
+  readyTo_ = std::max(readyTo_, written);
+  while (readyTo_ < end && Printed() < count) {
+    const size_t to = std::min(end, readyTo_ + kStep);
+    PreparePages(storage + readyTo_, storage + to);
+    readyTo_ = to;
+  }
 }
 
 void ThreadPrinter::RethrowFailure() {
@@ -241,6 +280,9 @@ void ThreadPrinter::Run() {
     }
     // Told once for each batch: a count read on the other side for every item would
     // make the two threads fight over its cache line.
+    capacity_.store(text_.Capacity(), std::memory_order_relaxed);
+    written_.store(static_cast<size_t>(text_.View().size()), std::memory_order_relaxed);
+    storage_.store(text_.Storage(), std::memory_order_release);
     printed_.fetch_add(static_cast<int32_t>(jobs.size()), std::memory_order_release);
     jobs.clear();
     {

@@ -215,6 +215,20 @@ void AdviseHugePages(void* block, size_t size) noexcept {
 #endif
 }
 
+void PreparePages(const void* begin, const void* end) noexcept {
+#if defined(__linux__) && defined(MADV_POPULATE_WRITE)
+  constexpr uintptr_t kPage = 4096;
+  const uintptr_t from = (reinterpret_cast<uintptr_t>(begin) + kPage - 1) & ~(kPage - 1);
+  const uintptr_t to = reinterpret_cast<uintptr_t>(end) & ~(kPage - 1);
+  // Pages already there are left as they are; a failure (an older kernel) only
+  // leaves the touch to the writer.
+  if (to > from) (void)madvise(reinterpret_cast<void*>(from), to - from, MADV_POPULATE_WRITE);
+#else
+  (void)begin;
+  (void)end;
+#endif
+}
+
 void ReturnFreedMemory() noexcept {
 #ifdef __GLIBC__
   malloc_trim(0);

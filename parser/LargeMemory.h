@@ -27,6 +27,12 @@ void AdviseHugePages(void* block, size_t size) noexcept;
 // its content is no longer needed (it would read as zeros).
 void ReleasePages(void* begin, void* end) noexcept;
 
+// Gets the whole pages inside [begin, end) of a block ready to be written, without
+// changing what any of them holds: the first touch of fresh memory is paid by the
+// caller instead of by whoever writes there next. Does nothing where that is not
+// available.
+void PreparePages(const void* begin, const void* end) noexcept;
+
 // Hands the free pages of the general allocator back to the system, where the
 // allocator can do that.
 void ReturnFreedMemory() noexcept;

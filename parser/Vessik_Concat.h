@@ -41,6 +41,9 @@ class Vessik_Concat {
   void Truncate(int64_t length);
   std::string value() const { return buffer_; }
   std::string_view View() const { return buffer_; }
+  // The storage the held text lies in, with room for Capacity() bytes.
+  const char* Storage() const { return buffer_.data(); }
+  size_t Capacity() const { return buffer_.capacity(); }
   // Takes the text out, leaving the accumulator empty.
   std::string TakeValue();
 

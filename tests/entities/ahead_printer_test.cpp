@@ -82,6 +82,37 @@ TEST(AheadPrinter, PrintsTheItemsInOrder) {
   EXPECT_EQ(printer->Printed(), 1000);
 }
 
+// A line that takes a while to print, so that the reading side has to wait.
+class Slow : public Vessik_Line {
+ public:
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override {
+    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    Vessik_Line::AppendText(Text, Layers);
+  }
+};
+
+// While the reading side waits for the printer to catch up, it gets the pages
+// ahead of a text kept whole ready; the text is the same.
+TEST(AheadPrinter, CatchingUpOnALongTextKeepsItWhole) {
+  auto printer = AheadPrinter::Start(int64_t{16} << 20);
+  ASSERT_TRUE(printer);
+  Vessik_Layers layers = OneLayer("A");
+  auto lines = Lines(20000);
+  std::vector<Slow> slow(10);
+  std::string expected;
+  for (int i = 0; i < 20000; ++i) {
+    Vessik_Line* line = lines[static_cast<size_t>(i)].get();
+    if (i % 2000 == 0) line = &slow[static_cast<size_t>(i / 2000)];
+    expected += line->Vessik_IEntity_ToString(layers);
+    ASSERT_TRUE(printer->Submit(line, layers));
+    if (i % 2000 == 1999) {
+      printer->CatchUp(printer->Submitted());
+      EXPECT_EQ(printer->Printed(), i + 1);
+    }
+  }
+  EXPECT_EQ(std::string(printer->TakeText().View()), expected);
+}
+
 TEST(AheadPrinter, ItemThatFailsIsLeftOutWhole) {
   auto printer = AheadPrinter::Start(0);
   ASSERT_TRUE(printer);

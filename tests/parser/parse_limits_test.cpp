@@ -1,4 +1,7 @@
 #include <gtest/gtest.h>
+#ifdef __linux__
+#include <sys/mman.h>
+#endif
 
 #include <chrono>
 #include <cstdint>
@@ -8,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "parser/LargeMemory.h"
 #include "parser/ParseLimits.h"
 #include "parser/parser.h"
 #include "support/Hostile.h"
@@ -158,6 +162,33 @@ TEST(BudgetAllocator, LargeBlocksAreAlignedForHugePagesAndChargedTheirSize) {
     EXPECT_LE(limits.Used(), static_cast<int64_t>(2 * kChargeSlice));
   }
   EXPECT_EQ(limits.Used(), 0);
+}
+
+// Pages made ready keep what they hold; those never written read as zeros, and
+// where the system can, they are all there afterwards.
+TEST(LargeMemory, PreparedPagesKeepWhatTheyHold) {
+  constexpr size_t kSize = size_t{8} << 20;
+  auto* block = static_cast<char*>(AllocateLarge(kSize));
+  const size_t written = kSize / 4 + 100;
+  for (size_t k = 0; k < written; ++k) block[k] = static_cast<char>('a' + k % 26);
+  // Ends inside pages: only the whole pages between them are prepared.
+  PreparePages(block + 1000, block + kSize - 10);
+  PreparePages(block + kSize, block);
+  for (size_t k = 0; k < written; ++k) {
+    ASSERT_EQ(block[k], static_cast<char>('a' + k % 26)) << k;
+  }
+#if defined(__linux__) && defined(MADV_POPULATE_WRITE)
+  std::vector<unsigned char> resident(kSize / 4096);
+  ASSERT_EQ(mincore(block, kSize, resident.data()), 0);
+  size_t absent = 0;
+  for (size_t page = 1; page + 1 < resident.size(); ++page) absent += (resident[page] & 1) == 0;
+  // A kernel without the advice leaves the pages to their first writer.
+  if (madvise(block, 4096, MADV_POPULATE_WRITE) == 0) {
+    EXPECT_EQ(absent, 0u);
+  }
+#endif
+  for (size_t k = written; k < kSize; k += 4093) ASSERT_EQ(block[k], 0) << k;
+  FreeLarge(block, kSize);
 }
 
 TEST(ChargeMemory, SmallChargesStayWithTheThreadUntilASliceIsUsed) {
