@@ -205,6 +205,90 @@ TEST(AheadPrinter, DroppedWithWorkLeftStopsCleanly) {
             "0\t83\tA\t0\t16777215\t0\t0\t0\t9999.5\t0\t0\t0\t0\t0\t0\t0\t0\t\r\n");
 }
 
+// A line that holds the printing thread until it is let go: the items handed
+// over meanwhile pile up, and the printing then takes them as one long backlog.
+class Gate : public Vessik_Line {
+ public:
+  void AppendText(Vessik_Concat& Text, Vessik_Layers& Layers) override {
+    while (!open.load()) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    Vessik_Line::AppendText(Text, Layers);
+  }
+  std::atomic<bool> open{false};
+};
+
+// Prints the gate and then the items as one backlog; the expected text is that
+// of each item printed on its own, those that fail left out.
+std::string PrintBacklog(AheadPrinter& printer, Gate& gate, const std::vector<Vessik_Line*>& items,
+                         const Vessik_Layers& layers, std::string& expected) {
+  Vessik_Layers own = layers;
+  Vessik_Concat gateText;
+  gate.Vessik_Line::AppendText(gateText, own);
+  expected = std::string(gateText.View());
+  EXPECT_TRUE(printer.Submit(&gate, layers));
+  for (Vessik_Line* item : items) {
+    Vessik_Concat one;
+    try {
+      item->AppendText(one, own);
+      expected += std::string(one.View());
+    } catch (const std::runtime_error&) {
+    }
+    EXPECT_TRUE(printer.Submit(item, layers));
+  }
+  printer.Flush();
+  gate.open.store(true);
+  return std::string(printer.TakeText().View());
+}
+
+TEST(AheadPrinter, ALongBacklogComesOutInOrder) {
+  auto printer = AheadPrinter::Start(0);
+  ASSERT_TRUE(printer);
+  Vessik_Layers layers = OneLayer("A");
+  auto lines = Lines(6000);
+  std::vector<Vessik_Line*> items;
+  for (auto& line : lines) items.push_back(line.get());
+  Gate gate;
+  std::string expected;
+  EXPECT_EQ(PrintBacklog(*printer, gate, items, layers, expected), expected);
+  EXPECT_EQ(printer->Printed(), 6001);
+}
+
+TEST(AheadPrinter, AnItemThatFailsInALongBacklogIsLeftOutWhole) {
+  auto printer = AheadPrinter::Start(0);
+  ASSERT_TRUE(printer);
+  Vessik_Layers layers = OneLayer("A");
+  auto lines = Lines(3000);
+  std::vector<Throws> failing(6);
+  std::vector<Vessik_Line*> items;
+  for (size_t k = 0; k < lines.size(); ++k) {
+    // Failing items in the front and in the back half of several pieces.
+    if (k % 500 == 300 || k % 500 == 450) items.push_back(&failing[k / 500]);
+    items.push_back(lines[k].get());
+  }
+  Gate gate;
+  std::string expected;
+  EXPECT_EQ(PrintBacklog(*printer, gate, items, layers, expected), expected);
+}
+
+TEST(AheadPrinter, RunningOutOfMemoryInALongBacklogReachesTheReadingSide) {
+  Vessik_Layers layers = OneLayer("A");
+  auto lines = Lines(3000);
+  for (size_t at : {size_t{100}, size_t{900}, size_t{2500}}) {
+    SCOPED_TRACE(at);
+    auto printer = AheadPrinter::Start(0);
+    ASSERT_TRUE(printer);
+    RunsOutOfMemory failing;
+    Gate gate;
+    printer->Submit(&gate, layers);
+    for (size_t k = 0; k < lines.size(); ++k) {
+      if (k == at) printer->Submit(&failing, layers);
+      printer->Submit(lines[k].get(), layers);
+    }
+    printer->Flush();
+    gate.open.store(true);
+    EXPECT_THROW(printer->TakeText(), std::bad_alloc);
+  }
+}
+
 TEST(AheadPrinter, NothingHandedOverGivesNoText) {
   auto printer = AheadPrinter::Start(0);
   ASSERT_TRUE(printer);

@@ -1055,6 +1055,31 @@ TEST(OneShot, ManyLayersAddedByEntitiesGiveTheSameText) {
   EXPECT_EQ(test::Records(text).size(), 3000u);
 }
 
+TEST(OneShot, ABacklogOfBlocksPrintsAsByHand) {
+  // References to a block of arcs, circles and bulged polylines print far slower
+  // than they read: the printing falls behind and takes long backlogs at once.
+  std::vector<std::pair<int, std::string>> blocks = {
+      {0, "BLOCK"},  {2, "P"},   {10, "0"}, {20, "0"}, {30, "0"},    {0, "ARC"},
+      {8, "A"},      {10, "1"},  {20, "2"}, {40, "3"}, {50, "10"},   {51, "250"},
+      {0, "CIRCLE"}, {8, "C"},   {10, "4"}, {20, "1"}, {40, "2.5"},  {0, "LWPOLYLINE"},
+      {8, "A"},      {90, "3"},  {10, "0"}, {20, "0"}, {42, "0.5"},  {10, "5"},
+      {20, "0"},     {42, "-1"}, {10, "5"}, {20, "5"}, {0, "ENDBLK"}};
+  std::vector<std::pair<int, std::string>> entities;
+  for (int i = 0; i < 4000; ++i) {
+    const std::string a = std::to_string(i * 0.37);
+    if (i % 3 == 0) {
+      entities.insert(entities.end(),
+                      {{0, "INSERT"}, {2, "P"}, {10, a}, {20, "1"}, {50, std::to_string(i % 360)}});
+    } else {
+      entities.insert(entities.end(), {{0, "LINE"}, {8, "L"}, {10, a}, {11, "2"}});
+    }
+  }
+  test::TempFile f(test::Drawing(entities, {{"A", 1}, {"C", 3}, {"L", 5}}, blocks));
+  const std::string expected = ByHand(f.Path());
+  ASSERT_GT(test::Records(expected).size(), 6000u);
+  EXPECT_EQ(ByParse2(f.Path()), expected);
+}
+
 TEST(OneShot, ItemsThatFailToPrintAreLeftOutAlike) {
   // Every tenth arc has a direction without an object X axis and fails to print.
   std::vector<std::pair<int, std::string>> entities;
