@@ -192,8 +192,10 @@ void ThreadPrinter::PrepareAhead(int32_t count) {
   // next, a few at a time so that it stops waiting as soon as it may go on. The
   // kernel leaves alone the pages already written, and a storage that moved on
   // since it was seen is at worst made ready for nothing.
+  // Never far ahead: pages made ready past the end of the text stay in memory
+  // unused.
   constexpr size_t kStep = size_t{2} << 20;
-  constexpr size_t kFarthest = size_t{64} << 20;
+  constexpr size_t kFarthest = size_t{16} << 20;
   const char* storage = storage_.load(std::memory_order_acquire);
   if (storage == nullptr) return;
   if (storage != readyIn_) {
