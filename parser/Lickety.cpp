@@ -138,16 +138,19 @@ bool Lickety::Lines::NextScanning(std::string_view& line) {
   return false;
 }
 
-size_t Lickety::Lines::MaxLines(size_t from, size_t to) const {
-  if (delim_.empty()) return 1;
+size_t Lickety::Lines::CountLastBytes(size_t from, size_t to) const {
   const char c = delim_.back();
   size_t count = 0;
-  to = std::min(to, end_);
   for (size_t base = from; base < to; base += 64) {
     count += static_cast<size_t>(
         std::popcount(MatchMask(data_ + base, std::min<size_t>(64, to - base), c)));
   }
-  return count + 1;
+  return count;
+}
+
+size_t Lickety::Lines::MaxLines(size_t from, size_t to) const {
+  if (delim_.empty()) return 1;
+  return CountLastBytes(from, std::min(to, end_)) + 1;
 }
 
 Lickety::Lines::Lines(const Lines& other, std::nullptr_t)
@@ -184,15 +187,9 @@ Lickety::Lines Lickety::Lines::SplitAt(size_t at) {
 size_t Lickety::Lines::CountDelimiters(size_t from, size_t to) const {
   const size_t n = delim_.size();
   if (n == 0) return 0;
+  if (n == 1) return CountLastBytes(from, to);
   const char c = delim_.back();
   size_t count = 0;
-  if (n == 1) {
-    for (size_t base = from; base < to; base += 64) {
-      count += static_cast<size_t>(
-          std::popcount(MatchMask(data_ + base, std::min<size_t>(64, to - base), c)));
-    }
-    return count;
-  }
   if (n == 2) {
     // A last byte counts where the first lies right in front of it, inside the
     // range: the first's mask moved up one, with the bit carried over from the

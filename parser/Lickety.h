@@ -72,6 +72,8 @@ class Lickety {
     // Position of the next byte equal to the delimiter's last byte, from pos_ on,
     // before end_; end_ when there is none.
     size_t FindLast();
+    // Number of bytes equal to the delimiter's last byte in [from, to).
+    size_t CountLastBytes(size_t from, size_t to) const;
     // Whether a delimiter ends at `at` (which holds its last byte).
     bool IsDelimiterEnd(const char* data, size_t at) const;
 

@@ -289,11 +289,17 @@ TEST(CurvePool, FirstFailingFitWinsOverALaterReadFailure) {
   }
 }
 
-TEST(CurvePool, ReadFailureBeforeAFailingFitWins) {
+// Curves, then a read failure, then a fit that fails: one item at a time, the
+// reading stops at the first.
+CurveDrawing ReadFailureBeforeAFailingFit() {
   CurveDrawing d = ManyCurves(30);
   AddBrokenPolyline(d.entities);
   AddHostileEllipse(d.entities);
-  test::TempFile f(DrawingText(d));
+  return d;
+}
+
+TEST(CurvePool, ReadFailureBeforeAFailingFitWins) {
+  test::TempFile f(DrawingText(ReadFailureBeforeAFailingFit()));
   const Outcome one = ParseWith(1, f.Path());
   EXPECT_EQ(one.failure, errnum::ObjectNotSet);
   ExpectSameRun(ParseWith(2, f.Path()), one);
@@ -357,10 +363,7 @@ TEST(CurvePool, WithoutAProgressHandlerTheRunIsTheSame) {
   ExpectSameRun(unheard(2, failing.Path()), first);
 
   // The read failure in front of the failing fit wins.
-  CurveDrawing r = ManyCurves(30);
-  AddBrokenPolyline(r.entities);
-  AddHostileEllipse(r.entities);
-  test::TempFile reading(DrawingText(r));
+  test::TempFile reading(DrawingText(ReadFailureBeforeAFailingFit()));
   const Outcome read = unheard(1, reading.Path());
   EXPECT_EQ(read.failure, errnum::ObjectNotSet);
   ExpectSameRun(unheard(2, reading.Path()), read);
