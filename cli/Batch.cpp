@@ -90,6 +90,7 @@ void Work(BatchRun& run, size_t worker) {
   SetMemoryBudget(run.memoryBudget);
   SetTrueGeometry(run.options.trueGeometry);
   SetCurveThreads(run.curveThreads);
+  SetMapFiles(!run.options.noMap);
   Vessik_Parser parser;
   for (;;) {
     const size_t i = run.next.fetch_add(1);

@@ -62,6 +62,7 @@ BatchParseResult ParseBatchCommandLine(int argc, char** argv) {
       ->check(CLI::NonNegativeNumber);
   AddSettingOptions(app, o.settings);
   AddTrueGeometryOption(app, o.trueGeometry);
+  AddNoMapOption(app, o.noMap);
 
   try {
     app.parse(argc, argv);

@@ -22,6 +22,7 @@ struct BatchOptions {
   uint64_t maxMemory = 0;     // bytes per drawing; 0: the default shared among workers
   double timeoutSeconds = 0;  // per drawing; 0: no limit
   bool trueGeometry = false;
+  bool noMap = false;  // read the drawings instead of mapping them
   Vessik_CommonData settings;
 };
 

@@ -71,6 +71,13 @@ void AddTrueGeometryOption(CLI::App& app, bool& on) {
                "approximation stays within --tolerance");
 }
 
+void AddNoMapOption(CLI::App& app, bool& on) {
+  app.add_flag("--no-map", on,
+               "Read the drawing into memory instead of mapping its file: slower on large "
+               "drawings, and the only way for a drawing that may be rewritten while it is "
+               "read to give the text of the version read rather than fail with 75");
+}
+
 void AddSettingOptions(CLI::App& app, Vessik_CommonData& s) {
   app.add_option("--tolerance", s.Tolerance,
                  "Drawing units. Largest deviation of the arcs and lines that replace an "
@@ -144,6 +151,7 @@ ParseResult ParseCommandLine(int argc, char** argv) {
       ->type_name("N")
       ->capture_default_str()
       ->check(CLI::Range(0, 256));
+  AddNoMapOption(app, o.noMap);
 
   try {
     app.parse(argc, argv);

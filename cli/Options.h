@@ -32,6 +32,7 @@ struct Options {
   double timeoutSeconds = 0;  // 0: no limit
   bool trueGeometry = false;
   int32_t curveThreads = 0;  // 0: one per usable core
+  bool noMap = false;        // read the drawing instead of mapping it
   Vessik_CommonData settings;
 };
 
@@ -44,6 +45,7 @@ void AddSettingOptions(CLI::App& app, Vessik_CommonData& s);
 
 // Adds --true-geometry.
 void AddTrueGeometryOption(CLI::App& app, bool& on);
+void AddNoMapOption(CLI::App& app, bool& on);
 
 // Adds --max-memory, a size as ParseSize reads it, with the help text given.
 void AddMaxMemoryOption(CLI::App& app, uint64_t& maxMemory, const std::string& help);

@@ -39,6 +39,7 @@ int Run(const Options& options) {
   SetMemoryBudget(options.maxMemory);
   SetTrueGeometry(options.trueGeometry);
   SetCurveThreads(options.curveThreads);
+  SetMapFiles(!options.noMap);
   try {
     Vessik_Parser parser;
     if (options.svg) {

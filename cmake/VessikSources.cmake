@@ -2,6 +2,7 @@
 # COM cross build (host/com) both take them from here.
 set(VESSIK_LIBRARY_SOURCES
   parser/FileBytes.cpp
+  parser/MappedFile.cpp
   parser/GroupPairs.cpp
   parser/Lickety.cpp
   parser/LoadDXF.cpp

@@ -7,12 +7,15 @@
 #include <filesystem>
 #include <fstream>
 #include <new>
+#include <optional>
 #include <system_error>
 #include <utility>
 
 #include "parser/LargeMemory.h"
+#include "parser/MappedFile.h"
 #include "parser/ParseLimits.h"
 #include "parser/Vessik_Error.h"
+#include "parser/Vessik_Hooks.h"
 #include "parser/Vessik_Utils.h"
 
 #ifdef __linux__
@@ -77,12 +80,33 @@ FileBytes ReadRegularFile(const std::filesystem::path& path) {
 
 struct Descriptor {
   int fd;
-  ~Descriptor() { close(fd); }
+  ~Descriptor() {
+    if (fd >= 0) close(fd);
+  }
 };
 
+FileBytes::Version VersionOf(const struct stat& s) {
+  return FileBytes::Version{static_cast<uint64_t>(s.st_dev), static_cast<uint64_t>(s.st_ino),
+                            static_cast<int64_t>(s.st_size), static_cast<int64_t>(s.st_mtim.tv_sec),
+                            static_cast<int64_t>(s.st_mtim.tv_nsec)};
+}
+
 bool SameVersion(const struct stat& a, const struct stat& b) {
-  return a.st_dev == b.st_dev && a.st_ino == b.st_ino && a.st_size == b.st_size &&
-         a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
+  return VersionOf(a) == VersionOf(b);
+}
+
+// A drawing written to or replaced while it was read would come out as a mix of
+// two files that never existed as such: the same file must still be there, at the
+// same length and time of change, with nothing behind what was read.
+void CheckStillTheSame(int fd, const std::filesystem::path& path, const struct stat& before) {
+  struct stat after;
+  struct stat named;
+  char beyond;
+  if (fstat(fd, &after) != 0 || !SameVersion(before, after) || stat(path.c_str(), &named) != 0 ||
+      !SameVersion(before, named) ||
+      pread(fd, &beyond, 1, static_cast<off_t>(before.st_size)) != 0) {
+    RaisePlatformError(errnum::PathFileAccess);
+  }
 }
 
 // Reads [from, to) of the file at its own offsets, in pieces with `between` run
@@ -130,6 +154,30 @@ class BackHalfReader {
   HelperThread helper_;
 };
 
+// The file mapped, its pages faulted in by pieces with the host's messages and the
+// cancel in between, as a read would; nothing when it cannot be mapped.
+std::optional<FileBytes> MapRegularFile(Descriptor& file, const std::filesystem::path& path,
+                                        const struct stat& before) {
+  const auto size = static_cast<size_t>(before.st_size);
+  if (size == 0) return std::nullopt;
+  ChargeMemory(size);
+  FileMapping mapping;
+  if (!MapFile(file.fd, size, mapping)) {
+    RefundMemory(size);
+    return std::nullopt;
+  }
+  // From here the bytes own the mapping, the descriptor and the charge.
+  FileBytes bytes = FileBytes::Adopt(mapping, size, std::exchange(file.fd, -1), VersionOf(before));
+  for (size_t done = 0; done < size;) {
+    const size_t piece = std::min(kReadPiece, size - done);
+    PopulateMapping(mapping.data + done, mapping.data + done + piece);
+    done += piece;
+    BetweenPieces();
+  }
+  CheckStillTheSame(bytes.FileDescriptor(), path, before);
+  return bytes;
+}
+
 FileBytes ReadRegularFile(const std::filesystem::path& path) {
   // Not blocking: should the name become a FIFO after it was looked at, the open
   // must not wait for a writer.
@@ -138,6 +186,10 @@ FileBytes ReadRegularFile(const std::filesystem::path& path) {
   struct stat before;
   if (fstat(file.fd, &before) != 0 || !S_ISREG(before.st_mode) || before.st_size < 0) {
     RaisePlatformError(errnum::PathFileAccess);
+  }
+  if (MapFiles()) {
+    if (std::optional<FileBytes> mapped = MapRegularFile(file, path, before))
+      return *std::move(mapped);
   }
   FileBytes bytes(static_cast<size_t>(before.st_size));
   const size_t size = bytes.size();
@@ -158,17 +210,7 @@ FileBytes ReadRegularFile(const std::filesystem::path& path) {
   } else if (!ReadRange(file.fd, bytes.data(), 0, size, between)) {
     RaisePlatformError(errnum::PathFileAccess);
   }
-  // A drawing written to or replaced while it was read would come out as a mix of
-  // two files that never existed as such: the same file must still be there, at
-  // the same length and time of change, with nothing behind what was read.
-  struct stat after;
-  struct stat named;
-  char beyond;
-  if (fstat(file.fd, &after) != 0 || !SameVersion(before, after) ||
-      stat(path.c_str(), &named) != 0 || !SameVersion(before, named) ||
-      pread(file.fd, &beyond, 1, static_cast<off_t>(size)) != 0) {
-    RaisePlatformError(errnum::PathFileAccess);
-  }
+  CheckStillTheSame(file.fd, path, before);
   return bytes;
 }
 
@@ -256,6 +298,32 @@ FileBytes::FileBytes(const std::string& text) : FileBytes(text.size()) {
   if (!text.empty()) std::memcpy(data_, text.data(), text.size());
 }
 
+FileBytes FileBytes::Adopt(const FileMapping& mapping, size_t size, int fd,
+                           const Version& version) {
+  FileBytes bytes;
+  bytes.block_ = mapping.data;
+  bytes.data_ = mapping.data;
+  bytes.size_ = size;
+  bytes.allocated_ = size;
+  bytes.mapping_ = mapping;
+  bytes.fd_ = fd;
+  bytes.version_ = version;
+  return bytes;
+}
+
+bool FileBytes::Unchanged() const {
+  if (mapping_.data == nullptr) return true;
+  if (MappingLost(mapping_)) return false;
+#ifndef _WIN32
+  // Only this file counts: one put in its place under its name leaves the bytes
+  // mapped here as they were.
+  struct stat now;
+  return fstat(fd_, &now) == 0 && VersionOf(now) == version_;
+#else
+  return true;
+#endif
+}
+
 FileBytes::~FileBytes() {
   Release();
 }
@@ -264,7 +332,10 @@ FileBytes::FileBytes(FileBytes&& other) noexcept
     : block_(std::exchange(other.block_, nullptr)),
       data_(std::exchange(other.data_, nullptr)),
       size_(std::exchange(other.size_, 0)),
-      allocated_(std::exchange(other.allocated_, 0)) {}
+      allocated_(std::exchange(other.allocated_, 0)),
+      mapping_(std::exchange(other.mapping_, FileMapping{})),
+      fd_(std::exchange(other.fd_, -1)),
+      version_(other.version_) {}
 
 FileBytes& FileBytes::operator=(FileBytes&& other) noexcept {
   if (this != &other) {
@@ -273,12 +344,24 @@ FileBytes& FileBytes::operator=(FileBytes&& other) noexcept {
     data_ = std::exchange(other.data_, nullptr);
     size_ = std::exchange(other.size_, 0);
     allocated_ = std::exchange(other.allocated_, 0);
+    mapping_ = std::exchange(other.mapping_, FileMapping{});
+    fd_ = std::exchange(other.fd_, -1);
+    version_ = other.version_;
   }
   return *this;
 }
 
 void FileBytes::Release() {
-  FreeLarge(block_, allocated_);
+  if (mapping_.data != nullptr) {
+    UnmapFile(mapping_);
+#ifndef _WIN32
+    close(fd_);
+#endif
+    fd_ = -1;
+    RefundMemory(allocated_);
+  } else {
+    FreeLarge(block_, allocated_);
+  }
   block_ = nullptr;
   data_ = nullptr;
   size_ = 0;

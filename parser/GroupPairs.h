@@ -57,6 +57,8 @@ class GroupPairTable {
 
   // Size of the file the pairs were read from.
   size_t ByteCount() const { return bytes_.size(); }
+  // Whether the bytes the values lie in are still the file's as it was read.
+  bool FileUnchanged() const { return bytes_.Unchanged(); }
 
   // Gives back the memory of the pairs from to to, which nobody reads again.
   void ReleaseRead(int32_t from, int32_t to);

@@ -259,6 +259,8 @@ void Vessik_Parser::LoadDXF(const std::string& TheFile) {
     pairs.Clear();
     // A cancel is no failure, and memory that runs out fails the parse with 7.
     if (InFlightEndsTheParse()) throw;
+    // A mapped file that changed while its pairs were built fails as a read would.
+    if (!lines.Bytes().Unchanged()) RaisePlatformError(errnum::PathFileAccess);
     // Whatever else failed (a code beyond 32 bits), the words say where.
     ShowMessageBox("Fail:0");
     RaiseCatalogued(CataloguedError("ParsingFailed"), std::to_string(codeIndex));

@@ -1,5 +1,5 @@
-// The parse settings each host thread keeps for itself: the geometry mode and the
-// threads that fit curves.
+// The parse settings each host thread keeps for itself: the geometry mode, the
+// threads that fit curves and how files are loaded.
 #include "parser/Vessik_Hooks.h"
 
 namespace vessik {
@@ -7,6 +7,7 @@ namespace {
 
 thread_local bool t_trueGeometry = false;
 thread_local int32_t t_curveThreads = 0;
+thread_local bool t_mapFiles = false;
 
 }  // namespace
 
@@ -24,6 +25,14 @@ void SetCurveThreads(int32_t count) {
 
 int32_t CurveThreads() {
   return t_curveThreads;
+}
+
+void SetMapFiles(bool on) {
+  t_mapFiles = on;
+}
+
+bool MapFiles() {
+  return t_mapFiles;
 }
 
 }  // namespace vessik

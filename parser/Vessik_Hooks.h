@@ -46,4 +46,17 @@ void SetCurveThreads(int32_t count);
 /// The count set for the parses on this thread.
 int32_t CurveThreads();
 
+/// Makes the parses on this thread map the drawing's file into memory (true)
+/// instead of reading it (false, the default). Mapping spares clearing and copying
+/// the whole file, a good part of the loading of a large drawing. The first mapping
+/// installs a SIGBUS handler for the whole process, kept from then on: a file that
+/// gets shorter while mapped then fails the parse with 75 instead of killing the
+/// process, and a file written to while mapped fails it with 75 too. Other SIGBUS
+/// faults go on to the handler that was there before. Meant for hosts that own
+/// their process, such as the vessik tool. The text is the same either way.
+void SetMapFiles(bool on);
+
+/// Whether the parses on this thread map their files.
+bool MapFiles();
+
 }  // namespace vessik

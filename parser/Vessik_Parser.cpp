@@ -19,6 +19,14 @@
 namespace vessik {
 namespace {
 
+// Lets go of the pairs and the file's bytes once nothing reads them. A mapped file
+// was read from its pages up to here: written to or shortened meanwhile, the text
+// would be that of two files that never existed as such.
+void ReleasePairs() {
+  if (!GroupPairs().FileUnchanged()) RaisePlatformError(errnum::PathFileAccess);
+  GroupPairs().Clear();
+}
+
 // A coordinate of a block header not read yet: -1.79769313486231E+308, compared by
 // its bits.
 constexpr uint64_t kBlockUnsetBits = 0xFFEFFFFFFFFFFFE2ull;
@@ -115,7 +123,15 @@ std::string Vessik_Parser::Parse(const std::string& TheFile, Vessik_CommonData* 
       RaisePlatformError(errnum::OutOfMemory);
     }
   } catch (...) {
-    if (!InFlightIsOutOfMemory()) throw;
+    if (!InFlightIsOutOfMemory()) {
+      // Whatever failed, a mapped file that changed under the parse is the cause.
+      if (!GroupPairs().FileUnchanged()) {
+        root_.reset();
+        GroupPairs().Clear();
+        RaisePlatformError(errnum::PathFileAccess);
+      }
+      throw;
+    }
     // A drawing too large for the memory at hand ends like any other failure.
     root_.reset();
     GroupPairs().Clear();
@@ -133,7 +149,7 @@ std::string Vessik_Parser::RunStages(const std::string& TheFile, Vessik_CommonDa
   root_.reset();
   if (TrueGeometry()) {
     std::string text = TrueGeometryText(sections, blocks, layers_, Data, Progress);
-    GroupPairs().Clear();
+    ReleasePairs();
     if (sink_ == nullptr) return text;
     sink_->Write(text);
     return std::string();
@@ -148,7 +164,7 @@ std::string Vessik_Parser::RunStages(const std::string& TheFile, Vessik_CommonDa
   oneShot_ = false;
   // Nothing reads the pairs after the entities are built: their memory goes now,
   // before the text is made.
-  GroupPairs().Clear();
+  ReleasePairs();
   if (!root_) RaisePlatformError(errnum::ObjectNotSet);
   std::string m;
   if (sink_ != nullptr) {

@@ -360,6 +360,17 @@ TEST_F(BatchTest, OneJobAndThreeJobsGiveTheSameResults) {
   ExpectTree(oneTree, e.tree);
 }
 
+TEST_F(BatchTest, ReadingInsteadOfMappingGivesTheSameResults) {
+  TempDir dir;
+  const MixedFolder m = MakeMixedFolder(dir);
+  const ToolRun mapped = RunTool({"batch", "-o", dir.File("mapped"), m.root});
+  const ToolRun read = RunTool({"batch", "--no-map", "-o", dir.File("read"), m.root});
+  EXPECT_EQ(read.exitStatus, mapped.exitStatus);
+  EXPECT_EQ(read.err, mapped.err);
+  ExpectTree(Tree(dir.File("read")), Tree(dir.File("mapped")));
+  ExpectTree(Tree(dir.File("read")), ExpectedFor(m, test::ToolDefaults()).tree);
+}
+
 TEST_F(BatchTest, EverySettingReachesEveryDrawing) {
   TempDir dir;
   const MixedFolder m = MakeMixedFolder(dir);
@@ -510,7 +521,7 @@ TEST_F(BatchTest, HelpNamesEveryOption) {
   for (const char* flag :
        {"--output-dir", "--jobs", "--svg", "--tolerance", "--check", "--arc-max-deviation",
         "--arc-min-segment-length", "--arc-max-segment-length", "--initial-segments",
-        "--max-memory", "--timeout", "DRAWING_OR_FOLDER"}) {
+        "--max-memory", "--timeout", "--no-map", "DRAWING_OR_FOLDER"}) {
     EXPECT_NE(run.out.find(flag), std::string::npos) << flag;
   }
   EXPECT_NE(RunTool({"--help"}).out.find("vessik batch"), std::string::npos);

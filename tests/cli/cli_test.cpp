@@ -614,6 +614,17 @@ TEST_F(CliTest, CurveThreadsChangeNothingInTheText) {
   }
 }
 
+TEST_F(CliTest, ReadingInsteadOfMappingChangesNothingInTheText) {
+  for (const std::string& drawing : {kShapes, std::string(VESSIK_EXAMPLES_DIR) + "/ellipse.dxf"}) {
+    const ToolRun expected = Expected(drawing, test::ToolDefaults());
+    ASSERT_EQ(expected.exitStatus, 0);
+    const ToolRun run = RunTool({"--no-map", drawing});
+    EXPECT_EQ(run.exitStatus, 0) << drawing;
+    EXPECT_TRUE(run.out == expected.out) << drawing;
+    EXPECT_EQ(run.err, "") << drawing;
+  }
+}
+
 #if !defined(__SANITIZE_ADDRESS__)
 // Four arcs of radius 1.6e6 under a slanted extrusion are cut into about four
 // million segments, some 400 MB of text. With the tool's address space capped at
@@ -817,7 +828,7 @@ TEST_F(CliTest, HelpNamesEveryOption) {
   for (const char* flag :
        {"--tolerance", "--check", "--arc-max-deviation", "--arc-min-segment-length",
         "--arc-max-segment-length", "--initial-segments", "--layers", "--progress-values",
-        "--output", "--max-memory", "--timeout", "--curve-threads", "DRAWING"}) {
+        "--output", "--max-memory", "--timeout", "--curve-threads", "--no-map", "DRAWING"}) {
     EXPECT_NE(run.out.find(flag), std::string::npos) << flag;
   }
 }

@@ -12,31 +12,18 @@
 #include "parser/FileBytes.h"
 #include "parser/Vessik_Utils.h"
 #include "parser/parser.h"
+#include "support/FileChanges.h"
 #include "support/TestSupport.h"
 
 namespace vessik {
 namespace {
 
-// More than one piece of the read, so that the host's messages run in between.
-std::string LargeText() {
-  std::string text;
-  text.reserve(3 << 20);
-  while (text.size() < (3u << 20)) text += "999\nsome comment of a drawing\n";
-  return text;
-}
+using test::LargeText;
+using test::SetOldTimes;
 
 // Reads the file while the pump runs the change once, between the first two pieces.
 int32_t ReadWhile(const std::string& path, const std::function<void()>& change) {
-  bool done = false;
-  SetPumpHook([&] {
-    if (!done) change();
-    done = true;
-  });
-  LastPumpTick() = TickCount() - 1000;
-  const int32_t number = test::FailureNumber([&] { FileBytes::ReadFile(path); });
-  SetPumpHook(nullptr);
-  EXPECT_TRUE(done);
-  return number;
+  return test::LoadWhile(path, change);
 }
 
 // Large enough to be read by two threads: numbered lines, so that a piece read to
@@ -49,11 +36,6 @@ std::string SplitReadText() {
     text += '\n';
   }
   return text;
-}
-
-void SetOldTimes(const std::string& path) {
-  struct timespec times[2] = {{946684800, 0}, {946684800, 0}};
-  ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
 }
 
 TEST(FileBytes, ReadsAWholeLargeFile) {
@@ -86,15 +68,8 @@ TEST(FileBytes, AFileThatGrowsWhileReadInTwoHalvesFailsWith75) {
 
 TEST(FileBytes, ACancelWhileReadingInTwoHalvesEndsTheParse) {
   test::TempFile f(SplitReadText());
-  Vessik_Parser parser;
-  Vessik_CommonData data;
-  Vessik_Progress progress;
   // The host's messages run between the pieces of the front half.
-  SetPumpHook([&] { progress.IsCanceled(true); });
-  LastPumpTick() = TickCount() - 1000;
-  EXPECT_EQ(parser.Parse2(f.Path(), data, progress), "");
-  SetPumpHook(nullptr);
-  EXPECT_TRUE(progress.IsCanceled());
+  test::ExpectCancelWhileLoadingEndsTheParse(f.Path());
 }
 
 TEST(FileBytes, AFileTruncatedWhileReadFailsWith75) {
