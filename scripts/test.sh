@@ -28,7 +28,7 @@ export TSAN_OPTIONS="halt_on_error=1 exitcode=66"
 build/tsan/tests/test_entities --gtest_brief=1 \
   --gtest_filter='AheadPrinter.*:CurvePool.*:EntityArena.*:EntityText.*:Insert.*:Progress.*:Cancel.*' || status=1
 build/tsan/tests/test_parser --gtest_brief=1 \
-  --gtest_filter='Parse2.*:Parse2To.*:Parse2Progress.*:ParseEntities.*:OneShot.*:PumpMessages.*:ParseLimits.*:BudgetAllocator.*:MemoryBudget.*:Cancel.*:FileBytes.*' || status=1
+  --gtest_filter='Parse2.*:Parse2To.*:Parse2Progress.*:ParseEntities.*:OneShot.*:PumpMessages.*:ParseLimits.*:BudgetAllocator.*:MemoryBudget.*:Cancel.*:FileBytes.*:MappedFile.*' || status=1
 
 # The fuzz targets (clang): the regressions and seeds replayed, then 45 seconds
 # of fuzzing in all. Any finding fails the run.
