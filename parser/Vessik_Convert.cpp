@@ -8,6 +8,9 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 #include "parser/Vessik_Error.h"
 
@@ -527,6 +530,47 @@ uint64_t RoundTo15DigitInteger(double value, int& exp10) {
   }
 }
 
+#ifdef __SSE2__
+
+// v < 10^8 as its eight digits in the 16-bit lanes of a vector, the first in the
+// lowest. Each half of four digits is divided by 1000, 100, 10 and 1 at once, by
+// multiplying with reciprocals that are exact for every number below 10^4; each
+// quotient less ten times the one before is a digit.
+__m128i EightDigitLanes(uint32_t v) {
+  const uint32_t high = v / 10000;
+  const uint32_t low = v % 10000;
+  // Four times each half, in every lane of its own four.
+  const __m128i both = _mm_cvtsi32_si128(static_cast<int>((high << 2) | (low << 18)));
+  const __m128i pairs = _mm_unpacklo_epi16(both, both);
+  const __m128i lanes = _mm_unpacklo_epi32(pairs, pairs);
+  // 4x * 8389 >> 25 = x / 1000, 4x * 5243 >> 21 = x / 100, 4x * 13108 >> 19 = x / 10
+  // and 4x * 32768 >> 17 = x, each in two high-half products.
+  const __m128i reciprocals = _mm_setr_epi16(8389, 5243, 13108, -32768, 8389, 5243, 13108, -32768);
+  const __m128i shifts =
+      _mm_setr_epi16(1 << 7, 1 << 11, 1 << 13, -32768, 1 << 7, 1 << 11, 1 << 13, -32768);
+  const __m128i quotients = _mm_mulhi_epu16(_mm_mulhi_epu16(lanes, reciprocals), shifts);
+  const __m128i tens = _mm_slli_epi64(_mm_mullo_epi16(quotients, _mm_set1_epi16(10)), 16);
+  return _mm_sub_epi16(quotients, tens);
+}
+
+// The digits of n, 10^14 <= n < 10^15, as character codes in one 128-bit word,
+// the first digit in the lowest byte; count is the number of digits without the
+// trailing zeros.
+UInt128 FifteenDigitChars(uint64_t n, int& count) {
+  const __m128i digits = _mm_packus_epi16(EightDigitLanes(static_cast<uint32_t>(n / 100000000)),
+                                          EightDigitLanes(static_cast<uint32_t>(n % 100000000)));
+  // The first byte is the '0' in front of the fifteen digits.
+  const __m128i chars = _mm_srli_si128(_mm_add_epi8(digits, _mm_set1_epi8('0')), 1);
+  const auto zeros =
+      static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi8(chars, _mm_set1_epi8('0'))));
+  count = 32 - std::countl_zero(~zeros & 0x7FFFu);
+  UInt128 word;
+  std::memcpy(&word, &chars, sizeof word);
+  return word;
+}
+
+#else
+
 // v < 10^8 as the character codes of its eight digits, the first in the lowest
 // byte, put together from four pairs in registers so that no byte goes through
 // memory on its own.
@@ -557,6 +601,8 @@ UInt128 FifteenDigitChars(uint64_t n, int& count) {
                          : (63 - __builtin_clzll(high ^ kZeros)) / 8;
   return (static_cast<UInt128>(low) << 56) | (high >> 8);
 }
+
+#endif
 
 // The same as digits: the 15 of them, count without the trailing zeros.
 bool RoundTo15DigitsExactly(double value, char* digits, int& count, int& exp10, bool& negative) {

@@ -581,6 +581,30 @@ TEST(NumberToText, MatchesFifteenSignificantDigitsAroundEveryDecade) {
   EXPECT_EQ(one.mismatches, 0);
 }
 
+// The fifteen digits are made four at a time: every value of every group of four,
+// in each of the four places a group takes, among random other digits.
+TEST(NumberToText, MatchesFifteenSignificantDigitsForEveryGroupOfFourDigits) {
+  ASSERT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
+  std::mt19937_64 random(24112026);
+  TextCheck check;
+  // The digits are made as 1-3, 4-7, 8-11 and 12-15; the first is never 0.
+  constexpr uint64_t kPlaces[] = {1000000000000, 100000000, 10000, 1};
+  for (uint64_t group = 0; group < 10000; ++group) {
+    for (int place = 0; place < 4; ++place) {
+      const uint64_t unit = kPlaces[place];
+      uint64_t n = 100000000000000ull + random() % 900000000000000ull;
+      if (place == 0) {
+        n = (100 + group % 900) * unit + random() % unit;
+      } else {
+        n = n - n / unit % 10000 * unit + group * unit;
+      }
+      // The 15 digits, with the point before the last one, two, five and eight.
+      for (double scale : {10.0, 100.0, 1e5, 1e8}) check(static_cast<double>(n) / scale);
+    }
+  }
+  EXPECT_EQ(check.mismatches, 0);
+}
+
 // Every count of digits from 1 to 15 with the point in every place, from
 // 0.0001... up to the whole numbers, as drawings hold them.
 TEST(NumberToText, MatchesFifteenSignificantDigitsForEveryPlaceOfThePoint) {
