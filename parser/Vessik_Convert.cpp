@@ -485,7 +485,7 @@ constexpr auto kPow10 = [] {
 // m * 2^e with an integer m of 53 bits, so m * 10^k * 2^e is worked out exactly in
 // 128-bit integers and rounded half to even to an integer n of 15 digits, the value
 // being n * 10^(exp10 - 14). 0 outside that range.
-uint64_t RoundTo15DigitInteger(double value, int& exp10) {
+[[gnu::always_inline]] inline uint64_t RoundTo15DigitInteger(double value, int& exp10) {
   // The doubles nearest the powers of ten from 1E-4 to 1E+15. The decade they give
   // is checked against the size of the 15-digit integer below all the same.
   static constexpr double kDecades[] = {1e-4, 1e-3, 1e-2, 1e-1, 1e0,  1e1,  1e2,  1e3,  1e4,  1e5,
@@ -536,7 +536,7 @@ uint64_t RoundTo15DigitInteger(double value, int& exp10) {
 // lowest. Each half of four digits is divided by 1000, 100, 10 and 1 at once, by
 // multiplying with reciprocals that are exact for every number below 10^4; each
 // quotient less ten times the one before is a digit.
-__m128i EightDigitLanes(uint32_t v) {
+[[gnu::always_inline]] inline __m128i EightDigitLanes(uint32_t v) {
   const uint32_t high = v / 10000;
   const uint32_t low = v % 10000;
   // Four times each half, in every lane of its own four.
@@ -556,7 +556,7 @@ __m128i EightDigitLanes(uint32_t v) {
 // The digits of n, 10^14 <= n < 10^15, as character codes in one 128-bit word,
 // the first digit in the lowest byte; count is the number of digits without the
 // trailing zeros.
-UInt128 FifteenDigitChars(uint64_t n, int& count) {
+[[gnu::always_inline]] inline UInt128 FifteenDigitChars(uint64_t n, int& count) {
   const __m128i digits = _mm_packus_epi16(EightDigitLanes(static_cast<uint32_t>(n / 100000000)),
                                           EightDigitLanes(static_cast<uint32_t>(n % 100000000)));
   // The first byte is the '0' in front of the fifteen digits.
@@ -591,7 +591,7 @@ uint64_t EightDigitChars(uint32_t v) {
 // The digits of n, 10^14 <= n < 10^15, as character codes in one 128-bit word,
 // the first digit in the lowest byte; count is the number of digits without the
 // trailing zeros.
-UInt128 FifteenDigitChars(uint64_t n, int& count) {
+[[gnu::always_inline]] inline UInt128 FifteenDigitChars(uint64_t n, int& count) {
   constexpr uint64_t kZeros = 0x3030303030303030ULL;
   const uint64_t high = EightDigitChars(static_cast<uint32_t>(n / 100000000));
   const uint64_t low = EightDigitChars(static_cast<uint32_t>(n % 100000000));
@@ -660,20 +660,33 @@ char* WritePlainDouble(char* out, double value, char sep) {
   if (n == 0 || exp10 < -4) return nullptr;
   if (value < 0) *out++ = '-';
   int count = 0;
-  UInt128 chars = FifteenDigitChars(n, count);
-  const UInt128 point = static_cast<unsigned char>(sep);
+  const UInt128 chars = FifteenDigitChars(n, count);
   if (exp10 >= 0) {
+    // Digits 1 to 8 and 9 to 15, each in one word.
+    const auto front = static_cast<uint64_t>(chars);
+    const auto back = static_cast<uint64_t>(chars >> 64);
     const int whole = exp10 + 1;
-    if (count > whole) {
-      // The separator goes in after the whole digits, the rest move up a byte.
-      const UInt128 wholeBytes = (static_cast<UInt128>(1) << (8 * whole)) - 1;
-      chars = (chars & wholeBytes) | (point << (8 * whole)) | ((chars & ~wholeBytes) << 8);
-      std::memcpy(out, &chars, sizeof chars);
-      return out + count + 1;
+    std::memcpy(out, &front, sizeof front);
+    if (count <= whole) {
+      // The digits beyond count are the zeros that fill up the whole part.
+      std::memcpy(out + 8, &back, sizeof back);
+      return out + whole;
     }
-    // The digits beyond count are the zeros that fill up the whole part.
-    std::memcpy(out, &chars, sizeof chars);
-    return out + whole;
+    // The separator goes in after the whole digits and the rest move up a byte:
+    // the word they are in is written again one byte further on, then any word
+    // behind it over that.
+    if (whole < 8) {
+      out[whole] = sep;
+      const uint64_t rest = front >> (8 * whole);
+      std::memcpy(out + whole + 1, &rest, sizeof rest);
+      std::memcpy(out + 9, &back, sizeof back);
+    } else {
+      std::memcpy(out + 8, &back, sizeof back);
+      out[whole] = sep;
+      const uint64_t rest = back >> (8 * (whole - 8));
+      std::memcpy(out + whole + 1, &rest, sizeof rest);
+    }
+    return out + count + 1;
   }
   const int zeros = -exp10 - 1;
   out[0] = '0';
@@ -683,9 +696,9 @@ char* WritePlainDouble(char* out, double value, char sep) {
   return out + 2 + zeros + count;
 }
 
-}  // namespace
-
-char* WriteNumberText(char* out, double value, std::string_view sep) {
+// Every other value: not a number, the infinities, and those outside the range
+// of the plain form or with a longer separator.
+[[gnu::noinline]] char* WriteOtherNumberText(char* out, double value, std::string_view sep) {
   auto put = [&](const char* s, size_t len) {
     std::memcpy(out, s, len);
     out += len;
@@ -703,15 +716,11 @@ char* WriteNumberText(char* out, double value, std::string_view sep) {
     *out++ = '0';
     return out;
   }
-  // Whole numbers of at most 15 digits are their own 15-digit form.
-  // (Converted to an integer and back, a value below 1E+15 is itself only when it
-  // is whole: the same test as trunc, without a call into the C library.)
+  // Whole numbers of at most 15 digits, as in WriteNumberText (for a longer
+  // separator).
   if (std::fabs(value) < 1e15) {
     const int64_t whole = static_cast<int64_t>(value);
     if (static_cast<double>(whole) == value) return std::to_chars(out, out + 24, whole).ptr;
-  }
-  if (sep.size() == 1) {
-    if (char* end = WritePlainDouble(out, value, sep[0])) return end;
   }
   // The significant digits of the value rounded to 15 of them, and its decimal
   // exponent.
@@ -753,6 +762,24 @@ char* WriteNumberText(char* out, double value, std::string_view sep) {
     put(digits, static_cast<size_t>(count));
   }
   return out;
+}
+
+}  // namespace
+
+char* WriteNumberText(char* out, double value, std::string_view sep) {
+  // The coordinates of a drawing take a short way with nothing around it, the
+  // rest goes out of line. (Not a number fails the comparison.)
+  if (std::fabs(value) < 1e15 && value != 0) {
+    // Whole numbers of at most 15 digits are their own 15-digit form. (Converted
+    // to an integer and back, a value below 1E+15 is itself only when it is
+    // whole: the same test as trunc, without a call into the C library.)
+    const int64_t whole = static_cast<int64_t>(value);
+    if (static_cast<double>(whole) == value) return std::to_chars(out, out + 24, whole).ptr;
+    if (sep.size() == 1) {
+      if (char* end = WritePlainDouble(out, value, sep[0])) return end;
+    }
+  }
+  return WriteOtherNumberText(out, value, sep);
 }
 
 void AppendDouble(std::string& out, double value) {
