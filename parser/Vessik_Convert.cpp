@@ -136,15 +136,16 @@ uint64_t LoadUpToEight(const char* p, size_t n) {
   return byte(0) | byte(n / 2) << (8 * (n / 2)) | byte(n - 1) << (8 * (n - 1));
 }
 
-// Digits with at most one point, 1 to 8 characters at p, as the integer of the
-// digits and the number of them behind the point; false for anything else. The
-// characters are checked and put together eight at a time, without a branch for
-// each: the lengths of a drawing's numbers vary too much for a loop's exit to be
-// foreseen.
-bool ReadEightCharDecimal(const char* p, size_t n, uint64_t& mantissa, int& decimals) {
+// One word of a plain decimal, its n (1 to 8) bytes in the low bytes of w: the
+// integer of its digits, how many digits there are, how many of them lie behind
+// the point and whether there is one; false when a byte is neither a digit nor
+// the only point. The characters are checked and put together eight at a time,
+// without a branch for each: the lengths of a drawing's numbers vary too much for
+// a loop's exit to be foreseen.
+[[gnu::always_inline]] inline bool ReadDecimalWord(uint64_t w, size_t n, uint64_t& value,
+                                                   int& count, int& decimals, bool& point) {
   constexpr uint64_t kOnes = 0x0101010101010101ULL;
   constexpr uint64_t kHigh = 0x8080808080808080ULL;
-  const uint64_t w = LoadUpToEight(p, n);
   const uint64_t inText = n == 8 ? kHigh : kHigh & ((uint64_t{1} << (8 * n)) - 1);
   if ((w & kHigh) != 0) return false;
   // High bit of each byte that is '.', found exactly (no carry between bytes).
@@ -155,10 +156,11 @@ bool ReadEightCharDecimal(const char* p, size_t n, uint64_t& mantissa, int& deci
   const uint64_t digitBytes = inText & ~points;
   if (((w + kOnes * (0x7F - '9')) & digitBytes) != 0) return false;
   if ((((w | kHigh) - kOnes * '0') & digitBytes) != digitBytes) return false;
-  size_t count = n;
+  count = static_cast<int>(n);
   uint64_t digits = w;
   decimals = 0;
-  if (points != 0) {
+  point = points != 0;
+  if (point) {
     const int at = std::countr_zero(points) / 8;
     const uint64_t below = (uint64_t{1} << (8 * at)) - 1;
     // The point taken out: the bytes above it move down one.
@@ -166,7 +168,10 @@ bool ReadEightCharDecimal(const char* p, size_t n, uint64_t& mantissa, int& deci
     decimals = static_cast<int>(n) - at - 1;
     --count;
   }
-  if (count == 0) return false;
+  if (count == 0) {
+    value = 0;
+    return true;
+  }
   // Right-aligned in eight digits behind zeros, then summed in pairs, fours, eights.
   const uint64_t zeros = count == 8 ? 0 : (kOnes * '0') >> (8 * count);
   uint64_t v = (count == 8 ? digits : (digits << (8 * (8 - count)) | zeros)) - kOnes * '0';
@@ -174,29 +179,39 @@ bool ReadEightCharDecimal(const char* p, size_t n, uint64_t& mantissa, int& deci
   v = (((v & 0x000000FF000000FFULL) * (100 + (1000000ULL << 32))) +
        (((v >> 16) & 0x000000FF000000FFULL) * (1 + (10000ULL << 32)))) >>
       32;
-  mantissa = v;
+  value = v;
   return true;
 }
 
-// The same for longer texts, character by character: up to 15 digits.
-bool ReadLongDecimal(const char* p, size_t n, uint64_t& mantissa, int& decimals) {
-  int digits = 0;
+// Digits with at most one point, 1 to 8 characters at p, as the integer of the
+// digits and the number of them behind the point; false for anything else.
+bool ReadEightCharDecimal(const char* p, size_t n, uint64_t& mantissa, int& decimals) {
+  int count = 0;
   bool point = false;
-  mantissa = 0;
-  decimals = 0;
-  for (size_t k = 0; k < n; ++k) {
-    const char c = p[k];
-    if (c >= '0' && c <= '9') {
-      if (++digits > 15) return false;
-      mantissa = mantissa * 10 + static_cast<uint64_t>(c - '0');
-      if (point) ++decimals;
-    } else if (c == '.' && !point) {
-      point = true;
-    } else {
-      return false;
-    }
+  return ReadDecimalWord(LoadUpToEight(p, n), n, mantissa, count, decimals, point) && count > 0;
+}
+
+// The same for 9 to 16 characters, as two words: up to 15 digits.
+bool ReadSixteenCharDecimal(const char* p, size_t n, uint64_t& mantissa, int& decimals) {
+  static constexpr uint64_t kPowers[] = {1,      10,      100,      1000,     10000,
+                                         100000, 1000000, 10000000, 100000000};
+  uint64_t front = 0;
+  uint64_t back = 0;
+  int frontCount = 0;
+  int backCount = 0;
+  int frontDecimals = 0;
+  int backDecimals = 0;
+  bool frontPoint = false;
+  bool backPoint = false;
+  if (!ReadDecimalWord(LoadUpToEight(p, 8), 8, front, frontCount, frontDecimals, frontPoint) ||
+      !ReadDecimalWord(LoadUpToEight(p + 8, n - 8), n - 8, back, backCount, backDecimals,
+                       backPoint) ||
+      (frontPoint && backPoint) || frontCount + backCount > 15) {
+    return false;
   }
-  return digits > 0;
+  mantissa = front * kPowers[backCount] + back;
+  decimals = frontPoint ? frontDecimals + backCount : backDecimals;
+  return true;
 }
 
 }  // namespace
@@ -213,9 +228,11 @@ bool ReadShortDecimal(std::string_view text, double& value) {
   if (negative) text.remove_prefix(1);
   uint64_t mantissa = 0;
   int decimals = 0;
-  const bool plain = text.size() >= 1 && text.size() <= 8
-                         ? ReadEightCharDecimal(text.data(), text.size(), mantissa, decimals)
-                         : ReadLongDecimal(text.data(), text.size(), mantissa, decimals);
+  // Sixteen characters at most: more hold sixteen digits or more.
+  const size_t n = text.size();
+  if (n == 0 || n > 16) return false;
+  const bool plain = n <= 8 ? ReadEightCharDecimal(text.data(), n, mantissa, decimals)
+                            : ReadSixteenCharDecimal(text.data(), n, mantissa, decimals);
   if (!plain) return false;
   const double v = static_cast<double>(mantissa) / kPowersOfTen[decimals];
   value = negative ? -v : v;

@@ -256,6 +256,38 @@ TEST(ReadShortDecimal, AcceptsThePlainShapesAndReadsThemAsStrtod) {
   EXPECT_GT(refused, 20000);
 }
 
+TEST(ReadShortDecimal, LongTextsOfMostlyDigitsAreReadAsStrtod) {
+  // Nine to eighteen characters, read as two words: now and then a byte that is
+  // no digit, in either word or where they meet.
+  const std::string others = std::string(".-+ e,\x80") + '\0' + "/:";
+  std::mt19937 random(12);
+  int accepted = 0;
+  int refused = 0;
+  for (int round = 0; round < 400000; ++round) {
+    const size_t length = 9 + random() % 10;
+    std::string text;
+    for (size_t k = 0; k < length; ++k) {
+      const bool digit = random() % 16 != 0;
+      text += digit ? static_cast<char>('0' + random() % 10) : others[random() % others.size()];
+    }
+    if (random() % 4 == 0) text[random() % length] = '.';
+    if (random() % 4 == 0) text[0] = '-';
+    double expected = 12345;
+    double got = 12345;
+    const bool plain = PlainDecimalByShape(text, expected);
+    ASSERT_EQ(ReadShortDecimal(text, got), plain) << '"' << text << '"';
+    if (plain) {
+      ++accepted;
+      ASSERT_EQ(got, expected) << text;
+    } else {
+      ++refused;
+      ASSERT_EQ(got, 12345) << text;
+    }
+  }
+  EXPECT_GT(accepted, 20000);
+  EXPECT_GT(refused, 20000);
+}
+
 TEST(ReadShortDecimal, EveryLengthAndPointPlace) {
   // One to fifteen digits with the point before, between and behind them, and
   // without one, with and without a minus.
