@@ -86,6 +86,8 @@ class ThreadPrinter : public AheadPrinter {
   std::thread thread_;
 
  private:
+  // Tells the reading side that this many more items are printed.
+  void Tell(size_t printed);
   void Stop();
   void Fail();
   void RethrowFailure();
@@ -258,8 +260,16 @@ void ThreadPrinter::Run() {
       if (queue_.empty()) return;
       jobs.swap(queue_);
     }
-    for (const Job& job : jobs) {
+    size_t told = 0;
+    for (size_t k = 0; k < jobs.size(); ++k) {
+      const Job& job = jobs[k];
       if (stopping_.load(std::memory_order_relaxed)) return;
+      // A long backlog is told of as it goes, a batch of the reading at a time: the
+      // reading, held back until part of it is printed, goes on while the rest is.
+      if (k - told == kBatch) {
+        Tell(k - told);
+        told = k;
+      }
       // As when printing the drawing's items one after the other: an item that
       // fails is left out whole, and the others still print.
       const int64_t before = text_.length();
@@ -280,19 +290,23 @@ void ThreadPrinter::Run() {
         return;
       }
     }
-    // Told once for each batch: a count read on the other side for every item would
-    // make the two threads fight over its cache line.
-    capacity_.store(text_.Capacity(), std::memory_order_relaxed);
-    written_.store(static_cast<size_t>(text_.View().size()), std::memory_order_relaxed);
-    storage_.store(text_.Storage(), std::memory_order_release);
-    printed_.fetch_add(static_cast<int32_t>(jobs.size()), std::memory_order_release);
+    Tell(jobs.size() - told);
     jobs.clear();
-    {
-      // Taken so that a waiter between its test and its sleep is not missed.
-      std::lock_guard<std::mutex> lock(mutex_);
-    }
-    progress_.notify_all();
   }
+}
+
+void ThreadPrinter::Tell(size_t printed) {
+  // Told once for each batch: a count read on the other side for every item would
+  // make the two threads fight over its cache line.
+  capacity_.store(text_.Capacity(), std::memory_order_relaxed);
+  written_.store(static_cast<size_t>(text_.View().size()), std::memory_order_relaxed);
+  storage_.store(text_.Storage(), std::memory_order_release);
+  printed_.fetch_add(static_cast<int32_t>(printed), std::memory_order_release);
+  {
+    // Taken so that a waiter between its test and its sleep is not missed.
+    std::lock_guard<std::mutex> lock(mutex_);
+  }
+  progress_.notify_all();
 }
 
 }  // namespace vessik

@@ -22,7 +22,22 @@ namespace {
 // Memory freed while printing that is handed back to the system at once.
 constexpr int64_t kTrimBatch = int64_t{64} << 20;
 
+// The read-ahead settings of this thread's parses (0: the usual ones), and the
+// waits for the printing thread, without and with overlap. For tests.
+thread_local int64_t t_readAhead = 0;
+thread_local int32_t t_pairsBeforeOverlap = 0;
+thread_local int64_t t_waits[2] = {0, 0};
+
 }  // namespace
+
+void SetReadAhead(int64_t bytes, int32_t pairsBeforeOverlap) {
+  t_readAhead = bytes;
+  t_pairsBeforeOverlap = pairsBeforeOverlap;
+}
+
+int64_t ReadAheadWaits(bool overlapping) {
+  return t_waits[overlapping ? 1 : 0];
+}
 
 Vessik_Insert::~Vessik_Insert() {
   printer_.reset();
@@ -198,6 +213,9 @@ void Vessik_Insert::ReadItems(Vessik_Entities& result, int32_t StartLine, int32_
   int32_t lastPercent = 0;
   int32_t freed = 0;
   int64_t readingBase = MemoryUsed();
+  const int64_t readAhead = t_readAhead != 0 ? t_readAhead : kReadAhead;
+  const int32_t pairsBeforeOverlap =
+      t_pairsBeforeOverlap != 0 ? t_pairsBeforeOverlap : kPairsBeforeOverlap;
   int32_t i = StartLine;
   int32_t released = StartLine;
   while (i <= EndLine) {
@@ -229,13 +247,23 @@ void Vessik_Insert::ReadItems(Vessik_Entities& result, int32_t StartLine, int32_
         if (!Layers.empty()) HandOver(result, Layers);
         // Items whose text is made are not needed any more.
         if (result.Count() % 256 == 0) FreePrinted(result, freed);
-        if (ReadTooFarAhead(readingBase)) {
-          printer_->CatchUp(printer_->Submitted());
+        // While nearly all the pairs are still held the parse holds the most
+        // memory: the reading keeps half as far ahead, and waits until all it read
+        // is printed. Once the pairs given back make room, it waits only until
+        // half the items waiting are printed, and goes on while the printing
+        // thread prints the rest.
+        const bool room = oneShot_ && i - StartLine >= pairsBeforeOverlap;
+        if (ReadTooFarAhead(readingBase, room ? readAhead : readAhead / 2)) {
+          ++t_waits[room ? 1 : 0];
+          const int32_t printed = printer_->Printed();
+          const int32_t submitted = printer_->Submitted();
+          printer_->CatchUp(room ? printed + (submitted - printed + 1) / 2 : submitted);
           FreePrinted(result, freed);
           // What printing did not give back (the list of items itself grows with
           // the drawing) is no read-ahead: measured from here, a large drawing does
-          // not come to wait for the printer after every item.
-          readingBase = MemoryUsed();
+          // not come to wait for the printer after every item. The half still
+          // waiting counts as read ahead.
+          readingBase = MemoryUsed() - (room ? readAhead / 2 : 0);
         }
       }
     }
@@ -299,12 +327,12 @@ int64_t Vessik_Insert::MemoryUsed() {
   return limits != nullptr ? limits->Used() : 0;
 }
 
-bool Vessik_Insert::ReadTooFarAhead(int64_t base) {
+bool Vessik_Insert::ReadTooFarAhead(int64_t base, int64_t limit) {
   // Items read and not yet printed pile up: a reference expanded into many items
   // reads far faster than it prints. Held back, the reading frees items as fast as
   // it makes new ones, and their memory is used again instead of fresh pages,
   // whether the text is streamed or kept whole.
-  return printer_->Printed() < printer_->Submitted() && MemoryUsed() - base > kReadAhead;
+  return printer_->Printed() < printer_->Submitted() && MemoryUsed() - base > limit;
 }
 
 void Vessik_Insert::DropRead(Vessik_Entities& result) {

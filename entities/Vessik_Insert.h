@@ -119,14 +119,18 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
   // Frees the items printed since the last call; freed counts them.
   void FreePrinted(Vessik_Entities& result, int32_t& freed);
   // Memory the running parse holds, and whether the items waiting for the
-  // printing thread took more than kReadAhead of it beyond base. Small: the
-  // drawing's pairs are still held when reading starts, and reading further ahead
-  // gains nothing.
+  // printing thread took more than limit of it beyond base.
   static int64_t MemoryUsed();
-  bool ReadTooFarAhead(int64_t base);
+  bool ReadTooFarAhead(int64_t base, int64_t limit);
+  // The most the reading keeps ahead of the printing. Small: the drawing's pairs
+  // are still held when reading starts, and reading further ahead gains nothing.
   static constexpr int64_t kReadAhead = int64_t{8} << 20;
   // Pairs read between two hand-backs of their memory: 1 MB of the table.
   static constexpr int32_t kReleasePairs = 1 << 17;
+  // Pairs read, and given back, before the reading may overlap the printing of
+  // what it read ahead: 16 MB of the table and more of the file, well above the
+  // read-ahead.
+  static constexpr int32_t kPairsBeforeOverlap = 1 << 21;
   // Ends the printing thread and puts its text in front of what follows in Text.
   void TakePrintedText(Vessik_Concat& Text);
 
@@ -151,5 +155,12 @@ class Vessik_Insert : public Vessik_IEntity, public Vessik_IParent {
   // its Cos and Sin are those of rotation_, worked out when it is set.
   Vessik_Placement placement_{0, 0, 0, 1, 1, 1, 0, 0, 0, 1, 0};
 };
+
+// The read-ahead of the parses on this thread, in bytes, and the pairs read before
+// it may overlap the printing; 0 restores either. For tests.
+void SetReadAhead(int64_t bytes, int32_t pairsBeforeOverlap);
+// How many times the parses on this thread waited for the printing thread to
+// catch up: for all they read ahead, or with overlap for half of it. For tests.
+int64_t ReadAheadWaits(bool overlapping);
 
 }  // namespace vessik

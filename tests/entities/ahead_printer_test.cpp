@@ -252,6 +252,36 @@ TEST(AheadPrinter, ALongBacklogComesOutInOrder) {
   EXPECT_EQ(printer->Printed(), 6001);
 }
 
+TEST(AheadPrinter, ALongBacklogIsToldOfAsItPrints) {
+  auto printer = AheadPrinter::Start(0);
+  ASSERT_TRUE(printer);
+  Vessik_Layers layers = OneLayer("A");
+  auto lines = Lines(3000);
+  Gate first;
+  Gate second;
+  ASSERT_TRUE(printer->Submit(&first, layers));
+  for (size_t k = 0; k < lines.size(); ++k) {
+    if (k == 2000) {
+      ASSERT_TRUE(printer->Submit(&second, layers));
+    }
+    ASSERT_TRUE(printer->Submit(lines[k].get(), layers));
+  }
+  printer->Flush();
+  first.open.store(true);
+  // While the second gate holds, the items in front of it are printed and the
+  // reading side hears of them a batch at a time, not only once all the backlog
+  // taken with them is printed.
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (printer->Printed() < 1700 && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  EXPECT_GE(printer->Printed(), 1700);
+  EXPECT_LE(printer->Printed(), 2001);
+  second.open.store(true);
+  printer->WaitFor(3002);
+  EXPECT_EQ(printer->Printed(), 3002);
+}
+
 TEST(AheadPrinter, AnItemThatFailsInALongBacklogIsLeftOutWhole) {
   auto printer = AheadPrinter::Start(0);
   ASSERT_TRUE(printer);

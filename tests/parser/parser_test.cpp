@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -1055,9 +1056,9 @@ TEST(OneShot, ManyLayersAddedByEntitiesGiveTheSameText) {
   EXPECT_EQ(test::Records(text).size(), 3000u);
 }
 
-TEST(OneShot, ABacklogOfBlocksPrintsAsByHand) {
-  // References to a block of arcs, circles and bulged polylines print far slower
-  // than they read: the printing falls behind and takes long backlogs at once.
+// References to a block of arcs, circles and bulged polylines print far slower
+// than they read: the printing falls behind and takes long backlogs at once.
+std::string BacklogOfBlocks(int items) {
   std::vector<std::pair<int, std::string>> blocks = {
       {0, "BLOCK"},  {2, "P"},   {10, "0"}, {20, "0"}, {30, "0"},    {0, "ARC"},
       {8, "A"},      {10, "1"},  {20, "2"}, {40, "3"}, {50, "10"},   {51, "250"},
@@ -1065,7 +1066,7 @@ TEST(OneShot, ABacklogOfBlocksPrintsAsByHand) {
       {8, "A"},      {90, "3"},  {10, "0"}, {20, "0"}, {42, "0.5"},  {10, "5"},
       {20, "0"},     {42, "-1"}, {10, "5"}, {20, "5"}, {0, "ENDBLK"}};
   std::vector<std::pair<int, std::string>> entities;
-  for (int i = 0; i < 4000; ++i) {
+  for (int i = 0; i < items; ++i) {
     const std::string a = std::to_string(i * 0.37);
     if (i % 3 == 0) {
       entities.insert(entities.end(),
@@ -1074,10 +1075,37 @@ TEST(OneShot, ABacklogOfBlocksPrintsAsByHand) {
       entities.insert(entities.end(), {{0, "LINE"}, {8, "L"}, {10, a}, {11, "2"}});
     }
   }
-  test::TempFile f(test::Drawing(entities, {{"A", 1}, {"C", 3}, {"L", 5}}, blocks));
+  return test::Drawing(entities, {{"A", 1}, {"C", 3}, {"L", 5}}, blocks);
+}
+
+TEST(OneShot, ABacklogOfBlocksPrintsAsByHand) {
+  test::TempFile f(BacklogOfBlocks(4000));
   const std::string expected = ByHand(f.Path());
   ASSERT_GT(test::Records(expected).size(), 6000u);
   EXPECT_EQ(ByParse2(f.Path()), expected);
+}
+
+TEST(OneShot, ReadingThatWaitsForTheSlowerPrintingGivesTheTextByHand) {
+  // Enough items for the memory they take to grow many times over.
+  test::TempFile f(BacklogOfBlocks(60000));
+  const std::string expected = ByHand(f.Path());
+  // A read-ahead so small that the reading waits again and again: for all it read
+  // over the first 150,000 pairs, then for half of it, going on while the rest
+  // prints; or for all of it to the end.
+  for (const int32_t pairsBeforeOverlap : {150000, INT32_MAX}) {
+    SCOPED_TRACE(pairsBeforeOverlap);
+    SetReadAhead(64 << 10, pairsBeforeOverlap);
+    const int64_t waits = ReadAheadWaits(false);
+    const int64_t overlapping = ReadAheadWaits(true);
+    EXPECT_EQ(ByParse2(f.Path()), expected);
+    SetReadAhead(0, 0);
+    EXPECT_GT(ReadAheadWaits(false), waits);
+    if (pairsBeforeOverlap == 150000) {
+      EXPECT_GT(ReadAheadWaits(true), overlapping);
+    } else {
+      EXPECT_EQ(ReadAheadWaits(true), overlapping);
+    }
+  }
 }
 
 TEST(OneShot, ItemsThatFailToPrintAreLeftOutAlike) {
