@@ -78,11 +78,13 @@ void OnBusError(int signal, siginfo_t* info, void* context) {
 bool InstallHandler() {
   static std::once_flag once;
   std::call_once(once, [] {
+    // The handler there before is known before this one can run and pass it on.
+    if (sigaction(SIGBUS, nullptr, &previousBusAction) != 0) return;
     struct sigaction action {};
     action.sa_sigaction = OnBusError;
     action.sa_flags = SA_SIGINFO | SA_ONSTACK;
     sigemptyset(&action.sa_mask);
-    handlerInstalled = sigaction(SIGBUS, &action, &previousBusAction) == 0;
+    handlerInstalled = sigaction(SIGBUS, &action, nullptr) == 0;
   });
   return handlerInstalled;
 }
