@@ -669,7 +669,7 @@ void RoundTo15Digits(double value, char* digits, int& count, int& exp10, bool& n
 
 // The plain forms of a value from 1E-4 up to 1E+15 with a one-character separator,
 // written with whole-word stores; this is where a drawing's coordinates go. Uses
-// up to 22 characters of room at out. Null for anything else.
+// up to 24 characters of room at out. Null for anything else.
 char* WritePlainDouble(char* out, double value, char sep) {
   if constexpr (std::endian::native != std::endian::little) return nullptr;
   int exp10 = 0;
