@@ -91,10 +91,6 @@ FileBytes::Version VersionOf(const struct stat& s) {
                             static_cast<int64_t>(s.st_mtim.tv_nsec)};
 }
 
-bool SameVersion(const struct stat& a, const struct stat& b) {
-  return VersionOf(a) == VersionOf(b);
-}
-
 // A drawing written to or replaced while it was read would come out as a mix of
 // two files that never existed as such: the same file must still be there, at the
 // same length and time of change, with nothing behind what was read.
@@ -102,8 +98,8 @@ void CheckStillTheSame(int fd, const std::filesystem::path& path, const struct s
   struct stat after;
   struct stat named;
   char beyond;
-  if (fstat(fd, &after) != 0 || !SameVersion(before, after) || stat(path.c_str(), &named) != 0 ||
-      !SameVersion(before, named) ||
+  if (fstat(fd, &after) != 0 || VersionOf(after) != VersionOf(before) ||
+      stat(path.c_str(), &named) != 0 || VersionOf(named) != VersionOf(before) ||
       pread(fd, &beyond, 1, static_cast<off_t>(before.st_size)) != 0) {
     RaisePlatformError(errnum::PathFileAccess);
   }

@@ -116,6 +116,17 @@ bool IsDigit(int c) {
   return c >= '0' && c <= '9';
 }
 
+// The powers of ten as integers, up to 10^18.
+constexpr auto kPow10 = [] {
+  std::array<uint64_t, 19> powers{};
+  uint64_t p = 1;
+  for (uint64_t& x : powers) {
+    x = p;
+    p *= 10;
+  }
+  return powers;
+}();
+
 constexpr double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                    1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
 
@@ -193,8 +204,6 @@ bool ReadEightCharDecimal(const char* p, size_t n, uint64_t& mantissa, int& deci
 
 // The same for 9 to 16 characters, as two words: up to 15 digits.
 bool ReadSixteenCharDecimal(const char* p, size_t n, uint64_t& mantissa, int& decimals) {
-  static constexpr uint64_t kPowers[] = {1,      10,      100,      1000,     10000,
-                                         100000, 1000000, 10000000, 100000000};
   uint64_t front = 0;
   uint64_t back = 0;
   int frontCount = 0;
@@ -209,7 +218,7 @@ bool ReadSixteenCharDecimal(const char* p, size_t n, uint64_t& mantissa, int& de
       (frontPoint && backPoint) || frontCount + backCount > 15) {
     return false;
   }
-  mantissa = front * kPowers[backCount] + back;
+  mantissa = front * kPow10[backCount] + back;
   decimals = frontPoint ? frontDecimals + backCount : backDecimals;
   return true;
 }
@@ -487,16 +496,6 @@ void SplitScientific(const char* begin, const char* end, char* digits, int& coun
 
 __extension__ typedef unsigned __int128 UInt128;
 
-constexpr auto kPow10 = [] {
-  std::array<uint64_t, 19> powers{};
-  uint64_t p = 1;
-  for (uint64_t& x : powers) {
-    x = p;
-    p *= 10;
-  }
-  return powers;
-}();
-
 // The value rounded to 15 significant digits as %.15G rounds it, for magnitudes
 // from 1E-4 up to 1E+15, without a search for the shortest form: the value is
 // m * 2^e with an integer m of 53 bits, so m * 10^k * 2^e is worked out exactly in
@@ -713,8 +712,9 @@ char* WritePlainDouble(char* out, double value, char sep) {
   return out + 2 + zeros + count;
 }
 
-// Every other value: not a number, the infinities, and those outside the range
-// of the plain form or with a longer separator.
+// Every value that WriteNumberText does not write itself: zero, not a number, the
+// infinities, and fractions outside the range of the plain form or with a longer
+// separator.
 [[gnu::noinline]] char* WriteOtherNumberText(char* out, double value, std::string_view sep) {
   auto put = [&](const char* s, size_t len) {
     std::memcpy(out, s, len);
@@ -732,12 +732,6 @@ char* WritePlainDouble(char* out, double value, char sep) {
   if (value == 0) {
     *out++ = '0';
     return out;
-  }
-  // Whole numbers of at most 15 digits, as in WriteNumberText (for a longer
-  // separator).
-  if (std::fabs(value) < 1e15) {
-    const int64_t whole = static_cast<int64_t>(value);
-    if (static_cast<double>(whole) == value) return std::to_chars(out, out + 24, whole).ptr;
   }
   // The significant digits of the value rounded to 15 of them, and its decimal
   // exponent.

@@ -123,19 +123,14 @@ std::string Vessik_Parser::Parse(const std::string& TheFile, Vessik_CommonData* 
       RaisePlatformError(errnum::OutOfMemory);
     }
   } catch (...) {
-    if (!InFlightIsOutOfMemory()) {
-      // Whatever failed, a mapped file that changed under the parse is the cause.
-      if (!GroupPairs().FileUnchanged()) {
-        root_.reset();
-        GroupPairs().Clear();
-        RaisePlatformError(errnum::PathFileAccess);
-      }
-      throw;
-    }
     // A drawing too large for the memory at hand ends like any other failure.
+    // Whatever else failed, a mapped file that changed under the parse is the
+    // cause.
+    const bool outOfMemory = InFlightIsOutOfMemory();
+    if (!outOfMemory && GroupPairs().FileUnchanged()) throw;
     root_.reset();
     GroupPairs().Clear();
-    RaisePlatformError(errnum::OutOfMemory);
+    RaisePlatformError(outOfMemory ? errnum::OutOfMemory : errnum::PathFileAccess);
   }
 }
 
